@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QProcess>
+
+#include <algorithm>
+#include <cstdio>
+#include <sys/resource.h>
+
+/// Small helpers shared by the benchmarks: wall-clock timing, medians and
+/// peak memory. Benchmarks print figures; they never pass or fail.
+namespace bench {
+
+inline double elapsedMs(const QElapsedTimer& timer)
+{
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+inline double median(QList<double> values)
+{
+    if (values.isEmpty())
+        return 0;
+    std::sort(values.begin(), values.end());
+    const qsizetype n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+inline double worst(const QList<double>& values)
+{
+    return values.isEmpty() ? 0 : *std::max_element(values.begin(), values.end());
+}
+
+/// Peak resident memory of this process so far, in MiB.
+inline double peakRssMiB()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_maxrss) / 1024.0;
+}
+
+/// Wall-clock milliseconds of an external command (for reference figures such
+/// as md5sum or grep measured in the same run); -1 when it could not run.
+inline double timeCommandMs(const QString& program, const QStringList& arguments)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForStarted() || !process.waitForFinished(-1))
+        return -1;
+    return elapsedMs(timer);
+}
+
+} // namespace bench

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs every Debian package Quillarc needs to build, run, test, benchmark
+# and fuzz. A quick no-op when everything is already present.
+set -euo pipefail
+
+PACKAGES=(
+  # build
+  build-essential cmake ninja-build pkg-config
+  qt6-base-dev qt6-base-dev-tools libgl-dev
+  # engine libraries
+  libpoppler-qt6-dev
+  libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu
+  libzip-dev libuchardet-dev libheif-dev libsane-dev
+  # runtime data: MIME database, fonts for reports and rendering
+  shared-mime-info fonts-dejavu-core
+  # tests, benchmarks and fuzzing
+  poppler-utils clang libclang-rt-14-dev
+)
+
+missing=()
+for p in "${PACKAGES[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "install-deps: installing ${missing[*]}"
+SUDO=""
+[ "$(id -u)" -eq 0 ] || SUDO="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,88 @@
+#include "cli/CliCommand.h"
+
+#include <QFile>
+#include <QGuiApplication>
+
+#include <cstdio>
+
+namespace {
+std::vector<CliCommand>& registry()
+{
+    static std::vector<CliCommand> commands;
+    return commands;
+}
+
+void printUsage()
+{
+    QString text = QStringLiteral("Usage: quillarc-cli COMMAND [ARGUMENTS]\n\nCommands:\n");
+    for (const CliCommand& command : cliCommands())
+        text += QStringLiteral("  %1  %2\n").arg(QString::fromUtf8(command.name).leftJustified(12), QString::fromUtf8(command.summary));
+    text += QStringLiteral("\n'quillarc-cli COMMAND --help' describes one command.\n");
+    cliOut(text);
+}
+} // namespace
+
+CliCommandRegistration::CliCommandRegistration(CliCommand command)
+{
+    registry().push_back(std::move(command));
+}
+
+const std::vector<CliCommand>& cliCommands()
+{
+    return registry();
+}
+
+void cliOut(const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fflush(stdout);
+}
+
+void cliErr(const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+int cliFail(const char* command, const QString& message)
+{
+    cliErr(QStringLiteral("quillarc-cli %1: %2\n").arg(QString::fromUtf8(command), message));
+    return ExitError;
+}
+
+bool cliWantsHelp(const char* command, const QStringList& arguments)
+{
+    if (!arguments.contains(QLatin1String("--help")) && !arguments.contains(QLatin1String("-h")))
+        return false;
+    for (const CliCommand& c : cliCommands()) {
+        if (qstrcmp(c.name, command) == 0)
+            cliOut(QStringLiteral("Usage: quillarc-cli %1\n%2\n").arg(QString::fromUtf8(c.usage), QString::fromUtf8(c.summary)));
+    }
+    return true;
+}
+
+int main(int argc, char** argv)
+{
+    // The command line never needs a display; fonts, images and PDFs work offscreen.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setOrganizationName(QStringLiteral("Tessary"));
+    QGuiApplication::setApplicationName(QStringLiteral("Quillarc"));
+
+    QStringList arguments = app.arguments().mid(1);
+    if (arguments.isEmpty() || arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")) {
+        printUsage();
+        return arguments.isEmpty() ? ExitError : ExitOk;
+    }
+    const QString name = arguments.takeFirst();
+    for (const CliCommand& command : cliCommands()) {
+        if (name == QLatin1String(command.name))
+            return command.run(arguments);
+    }
+    cliErr(QStringLiteral("quillarc-cli: unknown command '%1'\n").arg(name));
+    printUsage();
+    return ExitError;
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QByteArray>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// Points HOME, the XDG folders and QSettings at a fresh temporary folder for
+/// the lifetime of the object, so tests never touch the user's files.
+class TemporaryHome
+{
+public:
+    TemporaryHome();
+    ~TemporaryHome();
+    QString path() const { return m_dir.path(); }
+    QString documentsPath() const;
+
+private:
+    QTemporaryDir m_dir;
+    QByteArray m_oldHome;
+};
+
+/// Result of one run of quillarc-cli.
+struct CliRun
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+/// Runs the quillarc-cli built beside the tests (CTest passes its path in
+/// QUILLARC_CLI) with the given arguments and waits for it.
+CliRun runCli(const QStringList& arguments, const QByteArray& input = {});
+
+/// Writes bytes to a file, creating its folder; returns false on failure.
+bool writeFile(const QString& path, const QByteArray& bytes);
+QByteArray readFile(const QString& path);
