@@ -98,6 +98,7 @@ KVLocalizationDictionary& KVLocalizationDictionary::sharedLocalizationDictionary
 
 QString KVLocalizationDictionary::localizedStringForDictionaryString(const QString& key) const
 {
+    const QReadLocker locker(&m_lock);
     const QString text = m_localizationDictionary.value(key);
     return text.isEmpty() ? key : text;
 }
@@ -105,18 +106,55 @@ QString KVLocalizationDictionary::localizedStringForDictionaryString(const QStri
 void KVLocalizationDictionary::reloadLocalizationDictionary()
 {
     QHash<QString, QString> dictionary;
-    const QList<QVariantMap> items = tableItems(m_tablePath);
+    const QString language = this->language();
+    const QList<QVariantMap> items = tableItems(tablePath());
     for (const QVariantMap& item : items) {
         const auto base = item.constFind(QStringLiteral("base"));
         if (base == item.constEnd())
             continue;
-        const auto text = item.constFind(m_language);
+        const auto text = item.constFind(language);
         // An item without a text for the language takes an earlier text away, so the key shows.
         if (text == item.constEnd() || text->typeId() != QMetaType::QString)
             dictionary.remove(base->toString());
         else
             dictionary.insert(base->toString(), text->toString());
     }
+    setLocalizationDictionary(dictionary);
+}
+
+QString KVLocalizationDictionary::language() const
+{
+    const QReadLocker locker(&m_lock);
+    return m_language;
+}
+
+void KVLocalizationDictionary::setLanguage(const QString& language)
+{
+    const QWriteLocker locker(&m_lock);
+    m_language = language;
+}
+
+QString KVLocalizationDictionary::tablePath() const
+{
+    const QReadLocker locker(&m_lock);
+    return m_tablePath;
+}
+
+void KVLocalizationDictionary::setTablePath(const QString& path)
+{
+    const QWriteLocker locker(&m_lock);
+    m_tablePath = path;
+}
+
+QHash<QString, QString> KVLocalizationDictionary::localizationDictionary() const
+{
+    const QReadLocker locker(&m_lock);
+    return m_localizationDictionary;
+}
+
+void KVLocalizationDictionary::setLocalizationDictionary(const QHash<QString, QString>& dictionary)
+{
+    const QWriteLocker locker(&m_lock);
     m_localizationDictionary = dictionary;
 }
 

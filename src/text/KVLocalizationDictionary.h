@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QReadWriteLock>
 #include <QString>
 #include <QVariantMap>
 
@@ -53,16 +54,19 @@ public:
     /// @p error set) when the file is missing or not a readable property list.
     static QList<QVariantMap> tableItems(const QString& path, QString* error = nullptr);
 
-    QString language() const { return m_language; }
-    void setLanguage(const QString& language) { m_language = language; }
-    QString tablePath() const { return m_tablePath; }
-    void setTablePath(const QString& path) { m_tablePath = path; }
-    QHash<QString, QString> localizationDictionary() const { return m_localizationDictionary; }
-    void setLocalizationDictionary(const QHash<QString, QString>& dictionary) { m_localizationDictionary = dictionary; }
+    QString language() const;
+    void setLanguage(const QString& language);
+    QString tablePath() const;
+    void setTablePath(const QString& path);
+    QHash<QString, QString> localizationDictionary() const;
+    void setLocalizationDictionary(const QHash<QString, QString>& dictionary);
 
 private:
     KVLocalizationDictionary();
 
+    // Texts are also looked up from background work (integrity logs) while the
+    // translation editor may reload on the main thread.
+    mutable QReadWriteLock m_lock;
     QString m_language;
     QString m_tablePath;
     QHash<QString, QString> m_localizationDictionary;
