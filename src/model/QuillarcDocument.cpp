@@ -6,7 +6,7 @@
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
 #include "store/PackageMember.h"
-#include "text/KVLocalizationDictionary.h"
+#include "text/StringHelpers.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -84,9 +84,7 @@ bool QuillarcDocument::isFileLocked() const
 
 QString QuillarcDocument::extensionUppercase() const
 {
-    const QString ext = extension();
-    const QString shortened = ext.size() >= 6 ? ext.left(3) + localizedString(QStringLiteral("PRINTOUT_LOCALIZED_ELLIPSES")) : ext;
-    return shortened.toUpper();
+    return extensionUPPERCASEString(extension());
 }
 
 QString QuillarcDocument::parentID() const
