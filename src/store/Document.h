@@ -113,6 +113,7 @@ public:
     void updateChangeCount();
     void clearChangeCount();
     bool isDocumentEdited() const { return m_changeCount > 0; }
+    int changeCount() const { return m_changeCount; }
 
     QString packagePath() const { return m_packagePath; }
     QString filesPath() const;
