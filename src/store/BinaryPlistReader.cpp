@@ -201,9 +201,7 @@ QString BinaryPlistReader::stringValue(const Object& object) const
         return QString::fromUtf8(start, qsizetype(object.count));
     case Type::Utf16String: {
         QString text(qsizetype(object.count), Qt::Uninitialized);
-        char16_t* out = reinterpret_cast<char16_t*>(text.data());
-        for (quint64 i = 0; i < object.count; ++i)
-            out[i] = char16_t((m_data[object.payload + qsizetype(2 * i)] << 8) | m_data[object.payload + qsizetype(2 * i + 1)]);
+        qFromBigEndian<quint16>(m_data + object.payload, qsizetype(object.count), text.data());
         return text;
     }
     default:

@@ -18,24 +18,54 @@ int widthFor(quint64 value)
     return 8;
 }
 
-void appendUnsigned(QByteArray& out, quint64 value, int width)
+/// Appends into a buffer grown in large steps, without per-byte bookkeeping.
+class Sink
 {
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
-        out.append(char((value >> shift) & 0xFF));
-}
+public:
+    explicit Sink(qsizetype estimate) { m_buffer.resize(qMax<qsizetype>(estimate, 64)); }
 
-void appendMarkerWithCount(QByteArray& out, uchar high, quint64 count)
-{
-    if (count < 15) {
-        out.append(char(high << 4 | count));
-        return;
+    uchar* reserve(qsizetype bytes)
+    {
+        if (m_size + bytes > m_buffer.size())
+            m_buffer.resize(qMax(m_buffer.size() * 2, m_size + bytes));
+        uchar* at = reinterpret_cast<uchar*>(m_buffer.data()) + m_size;
+        m_size += bytes;
+        return at;
     }
-    out.append(char(high << 4 | 0x0F));
-    const int width = widthFor(count);
-    out.append(char(0x10 | (width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3)));
-    appendUnsigned(out, count, width);
-}
+    void put(uchar byte) { *reserve(1) = byte; }
+    void putUnsigned(quint64 value, int width)
+    {
+        uchar* at = reserve(width);
+        for (int i = width - 1; i >= 0; --i, value >>= 8)
+            at[i] = uchar(value & 0xFF);
+    }
+    void putBytes(const void* bytes, qsizetype size)
+    {
+        if (size > 0)
+            std::memcpy(reserve(size), bytes, size_t(size));
+    }
+    void putMarkerWithCount(uchar high, quint64 count)
+    {
+        if (count < 15) {
+            put(uchar(high << 4 | count));
+            return;
+        }
+        put(uchar(high << 4 | 0x0F));
+        const int width = widthFor(count);
+        put(uchar(0x10 | (width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3)));
+        putUnsigned(count, width);
+    }
+    qsizetype size() const { return m_size; }
+    QByteArray take()
+    {
+        m_buffer.resize(m_size);
+        return std::move(m_buffer);
+    }
 
+private:
+    QByteArray m_buffer;
+    qsizetype m_size = 0;
+};
 } // namespace
 
 BinaryPlistWriter::Ref BinaryPlistWriter::addNode(Type type, quint64 value, quint32 count)
@@ -173,9 +203,13 @@ QByteArray BinaryPlistWriter::write(Ref top) const
 
     const quint64 objectCount = order.size();
     const int refSize = widthFor(objectCount);
-    QByteArray out;
-    out.reserve(qsizetype(64 + objectCount * 8));
-    out.append("bplist00", 8);
+    qsizetype estimate = 64 + qsizetype(objectCount) * 16;
+    for (const QString& text : m_strings)
+        estimate += 2 * text.size();
+    for (const QByteArray& bytes : m_data)
+        estimate += bytes.size();
+    Sink out(estimate);
+    out.putBytes("bplist00", 8);
     std::vector<quint64> offsets;
     offsets.reserve(objectCount);
 
@@ -184,67 +218,63 @@ QByteArray BinaryPlistWriter::write(Ref top) const
         const Node& node = m_nodes[ref];
         switch (node.type) {
         case Type::Bool:
-            out.append(char(node.value ? 0x09 : 0x08));
+            out.put(node.value ? 0x09 : 0x08);
             break;
         case Type::Integer: {
             const qint64 value = qint64(node.value);
             const int width = value < 0 ? 8 : widthFor(quint64(value));
-            out.append(char(0x10 | (width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3)));
-            appendUnsigned(out, node.value, width);
+            out.put(uchar(0x10 | (width == 1 ? 0 : width == 2 ? 1 : width == 4 ? 2 : 3)));
+            out.putUnsigned(node.value, width);
             break;
         }
         case Type::Real32:
-            out.append(char(0x22));
-            appendUnsigned(out, node.value, 4);
+            out.put(0x22);
+            out.putUnsigned(node.value, 4);
             break;
         case Type::Real64:
-            out.append(char(0x23));
-            appendUnsigned(out, node.value, 8);
+            out.put(0x23);
+            out.putUnsigned(node.value, 8);
             break;
         case Type::Date:
-            out.append(char(0x33));
-            appendUnsigned(out, node.value, 8);
+            out.put(0x33);
+            out.putUnsigned(node.value, 8);
             break;
         case Type::String: {
             const QString& text = m_strings[size_t(node.value)];
+            const char16_t* units = reinterpret_cast<const char16_t*>(text.utf16());
+            const qsizetype length = text.size();
             bool ascii = true;
-            for (const QChar c : text) {
-                if (c.unicode() >= 0x80) {
-                    ascii = false;
-                    break;
-                }
-            }
+            for (qsizetype i = 0; i < length && ascii; ++i)
+                ascii = units[i] < 0x80;
             if (ascii) {
-                appendMarkerWithCount(out, 0x5, quint64(text.size()));
-                out.append(text.toLatin1());
+                out.putMarkerWithCount(0x5, quint64(length));
+                uchar* at = out.reserve(length);
+                for (qsizetype i = 0; i < length; ++i)
+                    at[i] = uchar(units[i]);
             } else {
-                appendMarkerWithCount(out, 0x6, quint64(text.size()));
-                const qsizetype start = out.size();
-                out.resize(start + 2 * text.size());
-                char* dst = out.data() + start;
-                for (qsizetype i = 0; i < text.size(); ++i)
-                    qToBigEndian<quint16>(text.at(i).unicode(), dst + 2 * i);
+                out.putMarkerWithCount(0x6, quint64(length));
+                qToBigEndian<quint16>(units, length, out.reserve(2 * length));
             }
             break;
         }
         case Type::Data: {
             const QByteArray& bytes = m_data[size_t(node.value)];
-            appendMarkerWithCount(out, 0x4, quint64(bytes.size()));
-            out.append(bytes);
+            out.putMarkerWithCount(0x4, quint64(bytes.size()));
+            out.putBytes(bytes.constData(), bytes.size());
             break;
         }
         case Type::Uid: {
             const int width = widthFor(node.value);
-            out.append(char(0x80 | (width - 1)));
-            appendUnsigned(out, node.value, width);
+            out.put(uchar(0x80 | (width - 1)));
+            out.putUnsigned(node.value, width);
             break;
         }
         case Type::Array:
         case Type::Dictionary: {
             const quint32 children = node.type == Type::Array ? node.count : 2 * node.count;
-            appendMarkerWithCount(out, node.type == Type::Array ? 0xA : 0xD, node.count);
+            out.putMarkerWithCount(node.type == Type::Array ? 0xA : 0xD, node.count);
             for (quint32 i = 0; i < children; ++i)
-                appendUnsigned(out, number[m_children[size_t(node.value + i)]], refSize);
+                out.putUnsigned(number[m_children[size_t(node.value + i)]], refSize);
             break;
         }
         }
@@ -253,12 +283,13 @@ QByteArray BinaryPlistWriter::write(Ref top) const
     const quint64 offsetTableOffset = quint64(out.size());
     const int offsetIntSize = widthFor(offsetTableOffset);
     for (const quint64 offset : offsets)
-        appendUnsigned(out, offset, offsetIntSize);
-    out.append(QByteArray(6, '\0'));
-    out.append(char(offsetIntSize));
-    out.append(char(refSize));
-    appendUnsigned(out, objectCount, 8);
-    appendUnsigned(out, 0, 8);
-    appendUnsigned(out, offsetTableOffset, 8);
-    return out;
+        out.putUnsigned(offset, offsetIntSize);
+    const uchar zeros[6] = {};
+    out.putBytes(zeros, 6);
+    out.put(uchar(offsetIntSize));
+    out.put(uchar(refSize));
+    out.putUnsigned(objectCount, 8);
+    out.putUnsigned(0, 8);
+    out.putUnsigned(offsetTableOffset, 8);
+    return out.take();
 }

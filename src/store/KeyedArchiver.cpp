@@ -166,8 +166,9 @@ quint64 KeyedArchiver::encode(const Value& value)
         const auto& fields = info.fields();
         keys.reserve(fields.size() + 1);
         values.reserve(fields.size() + 1);
+        const std::vector<Ref>& fieldKeyRefs = fieldKeys(info);
         for (size_t i = 0; i < fields.size(); ++i) {
-            keys.push_back(m_writer.addString(escapedKey(QString(fields[i].key))));
+            keys.push_back(fieldKeyRefs[i]);
             values.push_back(m_writer.addUid(encode(object->field(int(i)))));
         }
         finishRecord(uid, keys, values, info.className(), info.classChain());
@@ -175,6 +176,18 @@ quint64 KeyedArchiver::encode(const Value& value)
     }
     }
     return 0;
+}
+
+const std::vector<BinaryPlistWriter::Ref>& KeyedArchiver::fieldKeys(const ClassInfo& info)
+{
+    auto it = m_fieldKeys.find(&info);
+    if (it == m_fieldKeys.end()) {
+        std::vector<Ref> refs;
+        for (const FieldSpec& field : info.fields())
+            refs.push_back(m_writer.addString(escapedKey(QString(field.key))));
+        it = m_fieldKeys.insert(&info, refs);
+    }
+    return it.value();
 }
 
 QByteArray KeyedArchiver::finish(quint64 rootUid)

@@ -29,7 +29,10 @@ private:
 
     BinaryPlistWriter m_writer;
     std::vector<Ref> m_objects;
+    const std::vector<Ref>& fieldKeys(const class ClassInfo& info);
+
     QHash<const void*, quint64> m_objectUids;
+    QHash<const void*, std::vector<Ref>> m_fieldKeys; ///< per class, its coding keys as written
     QHash<QString, quint64> m_classUids;
     QHash<QString, quint64> m_stringUids;
     QHash<quint64, quint64> m_numberUids[4]; ///< bool, integer, real32, real64 by bits

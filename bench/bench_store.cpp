@@ -1,0 +1,111 @@
+// Load and save of archives with 1,000, 10,000 and 100,000 documents of about
+// 2 KB of content text each. Each size runs in a child process of its own so
+// the peak memory printed belongs to that size alone.
+#include "BenchSupport.h"
+#include "model/QuillarcContainer.h"
+#include "model/QuillarcDocument.h"
+#include "model/QuillarcGroup.h"
+#include "store/Document.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+const QStringList words = { QStringLiteral("Rechnung"), QStringLiteral("Lieferschein"), QStringLiteral("Betrag"),
+    QStringLiteral("Umsatzsteuer"), QStringLiteral("invoice"), QStringLiteral("payment"), QStringLiteral("Hängeschränke"),
+    QStringLiteral("Größe"), QStringLiteral("Übergabe"), QStringLiteral("contract"), QStringLiteral("2026"), QStringLiteral("EUR") };
+
+QString contentText(QRandomGenerator& random)
+{
+    QString text;
+    while (text.size() < 2000)
+        text += words[random.bounded(words.size())] + QLatin1Char(' ');
+    return text;
+}
+
+void fill(Document& archive, int documents)
+{
+    QRandomGenerator random(42);
+    const int perGroup = 500;
+    for (int g = 0; g * perGroup < documents; ++g) {
+        auto group = QuillarcGroup::create();
+        group->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("Gruppe %1").arg(g)));
+        ValueList& list = group->mutableField(QuillarcGroup::Documents).mutableArray();
+        for (int i = g * perGroup; i < qMin(documents, (g + 1) * perGroup); ++i) {
+            auto document = QuillarcDocument::create();
+            document->setField(QuillarcDocument::Name, Value::string(QStringLiteral("Beleg %1").arg(i)));
+            document->setField(QuillarcDocument::Title, Value::string(QStringLiteral("Beleg %1").arg(i)));
+            document->setField(QuillarcDocument::Extension, Value::string(QStringLiteral("pdf")));
+            document->setField(QuillarcDocument::FileKind, Value::string(QStringLiteral("PDF document")));
+            document->setField(QuillarcDocument::SlipNumber, Value::string(QStringLiteral("RE-%1/26").arg(i)));
+            document->setField(QuillarcDocument::ContentString, Value::string(contentText(random)));
+            document->setField(QuillarcDocument::FileSize, Value::real(10000.0 + i));
+            document->setField(QuillarcDocument::Path, Value::string(QStringLiteral("Files/%1/Beleg %2").arg(document->uniqueID()).arg(i)));
+            list.append(Value::object(document));
+        }
+        archive.container()->mutableField(QuillarcContainer::Groups).mutableArray().append(Value::object(group));
+    }
+    archive.setParents();
+}
+
+void runSize(int documents)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("bench.quillarc"));
+    QList<double> saves;
+    {
+        Document archive;
+        archive.setUpAfterReading();
+        fill(archive, documents);
+        for (int run = 0; run < 3; ++run) {
+            QElapsedTimer timer;
+            timer.start();
+            archive.saveToPath(path);
+            saves.append(bench::elapsedMs(timer));
+        }
+    }
+    const double afterSave = bench::peakRssMiB();
+    QList<double> loads;
+    int loaded = 0;
+    for (int run = 0; run < 3; ++run) {
+        QElapsedTimer timer;
+        timer.start();
+        Document archive;
+        DocumentError error;
+        archive.readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
+        archive.setUpAfterReading();
+        loads.append(bench::elapsedMs(timer));
+        loaded = int(archive.allDocuments().size());
+    }
+    const qint64 bytes = QFileInfo(QDir(path).filePath(QStringLiteral("Quillarc.qldb"))).size();
+    std::printf("%7d documents  database %7.1f MiB  save median %8.1f ms  load median %8.1f ms  (%d loaded)  peak %7.1f MiB (after saves %7.1f MiB)\n",
+        documents, double(bytes) / 1048576.0, bench::median(saves), bench::median(loads), loaded, bench::peakRssMiB(), afterSave);
+    std::fflush(stdout);
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QList<int> sizes { 1000, 10000, 100000 };
+    if (argc > 1) { // one size, in this process (for profilers)
+        runSize(QString::fromLocal8Bit(argv[1]).toInt());
+        return 0;
+    }
+    std::printf("Archive load and save (3 runs each, medians)\n");
+    for (const int size : sizes) {
+        std::fflush(stdout);
+        const pid_t child = fork();
+        if (child == 0) {
+            runSize(size);
+            _exit(0);
+        }
+        waitpid(child, nullptr, 0);
+    }
+    return 0;
+}
