@@ -133,7 +133,7 @@ double PrinterTextView::lineBoundaryAtOrAbove(double limit) const
         const QTextLayout* textLayout = block.layout();
         for (int i = 0; i < textLayout->lineCount(); ++i) {
             const QTextLine line = textLayout->lineAt(i);
-            const double bottom = blockRect.top() + line.rect().bottom();
+            const double bottom = blockRect.top() + line.y() + line.height();
             if (bottom > limit)
                 return best;
             if (bottom > m_contentOffset)
@@ -222,10 +222,31 @@ void PrinterTextView::draw(QPainter* painter) const
     painter->save();
     painter->setClipRect(bounds, Qt::IntersectClip);
     painter->translate(m_inset.width() + linePadding, m_inset.height() - m_contentOffset);
-    QAbstractTextDocumentLayout::PaintContext context;
-    context.palette.setColor(QPalette::Text, Qt::black);
-    context.clip = QRectF(-m_inset.width() - linePadding, m_contentOffset - m_inset.height(), bounds.width(),
-                          bounds.height());
-    document()->documentLayout()->draw(painter, context);
+    painter->setPen(Qt::black);
+    // Only lines inside the visible slice are drawn: a line that merely touches
+    // it belongs to the neighbouring page, and drawing it clipped would still put
+    // its text into this page's PDF content.
+    constexpr double hair = 0.01;
+    const double top = m_contentOffset - m_inset.height() + hair;
+    const double bottom = m_contentOffset - m_inset.height() + bounds.height() - hair;
+    QTextDocument* document = this->document();
+    QAbstractTextDocumentLayout* layout = document->documentLayout();
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        const QRectF blockRect = layout->blockBoundingRect(block);
+        if (blockRect.top() >= bottom)
+            break;
+        if (blockRect.bottom() <= top)
+            continue;
+        if (block.blockFormat().hasProperty(QTextFormat::BackgroundBrush))
+            painter->fillRect(blockRect, block.blockFormat().background());
+        const QTextLayout* textLayout = block.layout();
+        for (int i = 0; i < textLayout->lineCount(); ++i) {
+            const QTextLine line = textLayout->lineAt(i);
+            const double lineTop = blockRect.top() + line.y();
+            if (lineTop + line.height() <= top || lineTop >= bottom)
+                continue;
+            line.draw(painter, blockRect.topLeft());
+        }
+    }
     painter->restore();
 }
