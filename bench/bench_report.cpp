@@ -4,7 +4,6 @@
 // instead (used by scripts/render-report-samples.sh to look at the pages).
 
 #include "BenchSupport.h"
-
 #include "report/PrinterDocument.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterImageItem.h"
@@ -17,7 +16,6 @@
 #include <QGuiApplication>
 #include <QLocale>
 #include <QPainter>
-
 #include <cstdio>
 #include <ctime>
 
@@ -40,12 +38,11 @@ std::shared_ptr<PrinterItem> textItem(const PrinterAttributedString& text, doubl
 /// The footer every sample page carries: an application line, a small gap, the page line.
 std::unique_ptr<PrinterTextView> footer(const QString& title)
 {
-    PrinterAttributedString text(QStringLiteral("Created with Quillarc"),
-                                 style("WriteSans-Bold", 6, Qt::gray));
+    PrinterAttributedString text(QStringLiteral("Created with Quillarc"), style("WriteSans-Bold", 6, Qt::gray));
     text.append(QStringLiteral("\n\n"), PrinterFont::format(PrinterFont::systemFont(1)));
     text.append(QStringLiteral("<pageNumber/>/<pageCount/> | %1 | Complete log | %2")
                     .arg(QLocale().toString(QDate(2026, 11, 21), QLocale::ShortFormat), title),
-                style("WriteSans-Regular", 6, Qt::gray));
+        style("WriteSans-Regular", 6, Qt::gray));
     auto view = std::make_unique<PrinterTextView>(QRectF(72, 0, 554, 40));
     view->setAttributedString(text);
     return view;
@@ -68,25 +65,24 @@ QString logText(int i)
 PrinterItemList logItems(int entries, const QStringList& extraEntries = {})
 {
     PrinterItemList items;
-    items << textItem(PrinterAttributedString(QStringLiteral("Complete log"), style("WriteSans-Bold", 23, Qt::black)),
-                      72);
-    items << textItem(PrinterAttributedString(QStringLiteral("Jan 3, 2026 - Nov 21, 2026"),
-                                              style("WriteSans-Regular", 17, Qt::gray)),
-                      116, 3);
-    items << textItem(PrinterAttributedString(QStringLiteral("Business records 2026"),
-                                              style("WriteSans-Bold", 11, Qt::black)),
-                      116, 36);
+    items << textItem(
+        PrinterAttributedString(QStringLiteral("Complete log"), style("WriteSans-Bold", 23, Qt::black)), 72);
+    items << textItem(
+        PrinterAttributedString(QStringLiteral("Jan 3, 2026 - Nov 21, 2026"), style("WriteSans-Regular", 17, Qt::gray)),
+        116, 3);
+    items << textItem(
+        PrinterAttributedString(QStringLiteral("Business records 2026"), style("WriteSans-Bold", 11, Qt::black)), 116,
+        36);
     items << textItem(PrinterAttributedString(QStringLiteral("Database created: Jan 3, 2026\nDatabase state: valid"),
-                                              style("WriteSans-Regular", 11, Qt::gray)),
-                      116, 36);
-    items << textItem(PrinterAttributedString(
-                          QStringLiteral("Every file was fingerprinted when it was taken in; the fingerprints "
-                                         "and this log show that no record was changed, replaced or removed."),
                           style("WriteSans-Regular", 11, Qt::gray)),
-                      116, 36);
-    auto heading = textItem(PrinterAttributedString(QStringLiteral("Complete log"),
-                                                    style("WriteSans-Bold", 9, Qt::black)),
-                            72);
+        116, 36);
+    items << textItem(
+        PrinterAttributedString(QStringLiteral("Every file was fingerprinted when it was taken in; the fingerprints "
+                                               "and this log show that no record was changed, replaced or removed."),
+            style("WriteSans-Regular", 11, Qt::gray)),
+        116, 36);
+    auto heading
+        = textItem(PrinterAttributedString(QStringLiteral("Complete log"), style("WriteSans-Bold", 9, Qt::black)), 72);
     heading->setPageBreakBefore(true);
     heading->setBottomMargin(40);
     items << heading;
@@ -106,16 +102,14 @@ int writeSample(const QString& path, bool summary)
     QString title;
     if (summary) {
         title = QStringLiteral("Receipts 2026");
-        items << textItem(PrinterAttributedString(title, PrinterFont::format(PrinterFont::systemFont(17, true),
-                                                                             Qt::black)),
-                          72);
+        items << textItem(
+            PrinterAttributedString(title, PrinterFont::format(PrinterFont::systemFont(17, true), Qt::black)), 72);
         items << textItem(PrinterAttributedString(QStringLiteral("All receipts of the office, paid by card or cash."),
-                                                  PrinterFont::format(PrinterFont::systemFont(15), Qt::darkGray)),
-                          116, 23);
+                              PrinterFont::format(PrinterFont::systemFont(15), Qt::darkGray)),
+            116, 23);
         auto totals = textItem(PrinterAttributedString(QStringLiteral("24 Files, Jan 3, 2026 - Nov 20, 2026"),
-                                                       PrinterFont::format(PrinterFont::systemFont(11, true),
-                                                                           Qt::gray)),
-                               116, 6);
+                                   PrinterFont::format(PrinterFont::systemFont(11, true), Qt::gray)),
+            116, 6);
         totals->setBottomMargin(46);
         items << totals;
         const QTextCharFormat line = PrinterFont::format(PrinterFont::systemFont(8), Qt::black);
@@ -212,12 +206,12 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    if (arguments.size() == 3 && (arguments[1] == QLatin1String("--sample")
-                                  || arguments[1] == QLatin1String("--summary-sample")))
+    if (arguments.size() == 3
+        && (arguments[1] == QLatin1String("--sample") || arguments[1] == QLatin1String("--summary-sample")))
         return writeSample(arguments[2], arguments[1] == QLatin1String("--summary-sample"));
 
     std::printf("%-8s %6s %10s %10s %10s %8s %10s %10s %9s\n", "entries", "pages", "layout s", "pdf s", "total s",
-                "cpu s", "pages/s", "MiB pdf", "peak MiB");
+        "cpu s", "pages/s", "MiB pdf", "peak MiB");
     QList<int> sizes { 1000, 5000, 10000 };
     if (arguments.size() == 3 && arguments[1] == QLatin1String("--entries"))
         sizes = { arguments[2].toInt() };
@@ -233,8 +227,8 @@ int main(int argc, char** argv)
         }
         const double total = bench::median(totals);
         std::printf("%-8d %6zu %10.2f %10.2f %10.2f %8.2f %10.0f %10.1f %9.0f\n", entries, run.pages,
-                    run.layoutMs / 1000.0, run.writeMs / 1000.0, total, bench::median(cpu), double(run.pages) / total,
-                    double(run.bytes) / (1024.0 * 1024.0), bench::peakRssMiB());
+            run.layoutMs / 1000.0, run.writeMs / 1000.0, total, bench::median(cpu), double(run.pages) / total,
+            double(run.bytes) / (1024.0 * 1024.0), bench::peakRssMiB());
     }
     return 0;
 }

@@ -10,9 +10,8 @@
 #include <QRegularExpression>
 #include <QTest>
 #include <QThread>
-#include <poppler-qt6.h>
-
 #include <memory>
+#include <poppler-qt6.h>
 
 namespace {
 
@@ -109,8 +108,8 @@ private Q_SLOTS:
     {
         QFETCH(int, paperSize);
         QFETCH(QSizeF, points);
-        auto document = report({ textItem(QStringLiteral("Hello")), textItem(QStringLiteral("Second page")) },
-                               paperSize);
+        auto document
+            = report({ textItem(QStringLiteral("Hello")), textItem(QStringLiteral("Second page")) }, paperSize);
         document->printerItems().at(1)->setPageBreakBefore(true);
         std::unique_ptr<Poppler::Document> pdf = load(document->plainPDFDocument());
         QVERIFY(pdf);
@@ -155,8 +154,9 @@ private Q_SLOTS:
             QVERIFY(!text.contains(QLatin1String("<pageNumber/>")));
         }
         // The template keeps its tags; only the page copies are filled in.
-        QVERIFY(static_cast<const PrinterTextView*>(document->footerView())->string().contains(
-            QLatin1String("<pageNumber/>")));
+        QVERIFY(static_cast<const PrinterTextView*>(document->footerView())
+                    ->string()
+                    .contains(QLatin1String("<pageNumber/>")));
     }
 
     void headerAndFooterCopiesSitAtTheirFrames()
@@ -255,7 +255,7 @@ private Q_SLOTS:
         for (int i = 0; i < 400; ++i)
             lines << QStringLiteral("Line%1").arg(i, 3, 10, QLatin1Char('0'));
         auto document = report({ textItem(QStringLiteral("Before")), textItem(lines.join(u'\n'), 12, 30),
-                                 textItem(QStringLiteral("After")) });
+            textItem(QStringLiteral("After")) });
         QElapsedTimer timer;
         timer.start();
         const QStringList texts = pageTexts(document->plainPDFDocument());
@@ -321,7 +321,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::newRow("tabs") << QStringLiteral("A\tB\t\t\tC") << QStringLiteral("C");
         QTest::newRow("line breaks") << QStringLiteral("one\r\ntwo\rthree\n\nfour") << QStringLiteral("four");
-        QTest::newRow("right to left") << QStringLiteral("Note: \u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627")
+        QTest::newRow("right to left") << QStringLiteral(
+            "Note: \u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627")
                                        << QStringLiteral("Note:");
         QTest::newRow("CJK") << QStringLiteral("Archive \u6587\u4EF6\u5F52\u6863") << QStringLiteral("Archive");
         QTest::newRow("empty") << QString() << QString();
@@ -364,8 +365,8 @@ private Q_SLOTS:
             onMainThread = onMainThread && QThread::currentThread() == thread();
         });
         QByteArray pdf;
-        PrinterDocument::pdfDocumentInBackground(document, &progress, this,
-                                                 [&](const QByteArray& result) { pdf = result; });
+        PrinterDocument::pdfDocumentInBackground(
+            document, &progress, this, [&](const QByteArray& result) { pdf = result; });
         QTRY_VERIFY_WITH_TIMEOUT(!pdf.isEmpty(), 30000);
         QVERIFY(onMainThread);
         QCOMPARE(values.size(), 5);

@@ -26,16 +26,46 @@ private Q_SLOTS:
         QTest::addColumn<QString>("tag");
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("one tag") << "Page <pageNumber/>" << "<pageNumber/>" << "3" << "Page 3";
-        QTest::newRow("tag in capitals") << "Page <PAGENUMBER/>" << "<pageNumber/>" << "3" << "Page 3";
-        QTest::newRow("every occurrence") << "<n/>, <N/> and <n/>" << "<n/>" << "7" << "7, 7 and 7";
-        QTest::newRow("value longer than tag") << "[<n/>]" << "<n/>" << "twelve thousand" << "[twelve thousand]";
-        QTest::newRow("empty value") << "a<n/>b" << "<n/>" << "" << "ab";
-        QTest::newRow("value holds the tag") << "a <n/> b" << "<n/>" << "<N/>!" << "a Error: Recursion b";
-        QTest::newRow("recursion stops at the first") << "<n/> <n/>" << "<n/>" << "x<n/>" << "Error: Recursion <n/>";
-        QTest::newRow("unknown tag") << "Page <pageCount/>" << "<pageNumber/>" << "3" << "Page <pageCount/>";
-        QTest::newRow("half a tag") << "Page <pageNumber" << "<pageNumber/>" << "3" << "Page <pageNumber";
-        QTest::newRow("joined by the value") << "<n<n/>/>" << "<n/>" << "" << "";
+        QTest::newRow("one tag") << "Page <pageNumber/>"
+                                 << "<pageNumber/>"
+                                 << "3"
+                                 << "Page 3";
+        QTest::newRow("tag in capitals") << "Page <PAGENUMBER/>"
+                                         << "<pageNumber/>"
+                                         << "3"
+                                         << "Page 3";
+        QTest::newRow("every occurrence") << "<n/>, <N/> and <n/>"
+                                          << "<n/>"
+                                          << "7"
+                                          << "7, 7 and 7";
+        QTest::newRow("value longer than tag") << "[<n/>]"
+                                               << "<n/>"
+                                               << "twelve thousand"
+                                               << "[twelve thousand]";
+        QTest::newRow("empty value") << "a<n/>b"
+                                     << "<n/>"
+                                     << ""
+                                     << "ab";
+        QTest::newRow("value holds the tag") << "a <n/> b"
+                                             << "<n/>"
+                                             << "<N/>!"
+                                             << "a Error: Recursion b";
+        QTest::newRow("recursion stops at the first") << "<n/> <n/>"
+                                                      << "<n/>"
+                                                      << "x<n/>"
+                                                      << "Error: Recursion <n/>";
+        QTest::newRow("unknown tag") << "Page <pageCount/>"
+                                     << "<pageNumber/>"
+                                     << "3"
+                                     << "Page <pageCount/>";
+        QTest::newRow("half a tag") << "Page <pageNumber"
+                                    << "<pageNumber/>"
+                                    << "3"
+                                    << "Page <pageNumber";
+        QTest::newRow("joined by the value") << "<n<n/>/>"
+                                             << "<n/>"
+                                             << ""
+                                             << "";
     }
     void plainValues()
     {
@@ -55,18 +85,17 @@ private Q_SLOTS:
         QTest::addColumn<QVariantHash>("variables");
         QTest::addColumn<QString>("expected");
         const QVariantHash pages { { QStringLiteral("pageNumber"), QStringLiteral("3") },
-                                   { QStringLiteral("pageCount"), QStringLiteral("7") } };
+            { QStringLiteral("pageCount"), QStringLiteral("7") } };
         QTest::newRow("footer line") << "<pageNumber/>/<pageCount/> | Log" << pages << "3/7 | Log";
         QTest::newRow("mixed case") << "<PageNumber/> of <PAGECOUNT/>" << pages << "3 of 7";
         QTest::newRow("no tags") << "plain text" << pages << "plain text";
         QTest::newRow("unknown variable") << "<date/> <pageNumber/>" << pages << "<date/> 3";
         QTest::newRow("other value types are skipped")
             << "<pageNumber/>" << QVariantHash { { QStringLiteral("pageNumber"), 3 } } << "<pageNumber/>";
-        QTest::newRow("attributed value")
-            << "#<pageNumber/>"
-            << QVariantHash { { QStringLiteral("pageNumber"),
-                                QVariant::fromValue(PrinterAttributedString(QStringLiteral("IV"))) } }
-            << "#IV";
+        QTest::newRow("attributed value") << "#<pageNumber/>"
+                                          << QVariantHash { { QStringLiteral("pageNumber"),
+                                                 QVariant::fromValue(PrinterAttributedString(QStringLiteral("IV"))) } }
+                                          << "#IV";
     }
     void variables()
     {
@@ -153,9 +182,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::addColumn<QList<qsizetype>>("runLengths");
         // "aaa" red, "bbb" blue, "ccc" red; the value "XY" is green.
-        QTest::newRow("inside one run") << qsizetype(4) << qsizetype(1) << "aaabXYbccc" << QList<qsizetype> { 3, 1, 2, 1, 3 };
+        QTest::newRow("inside one run") << qsizetype(4) << qsizetype(1) << "aaabXYbccc"
+                                        << QList<qsizetype> { 3, 1, 2, 1, 3 };
         QTest::newRow("across runs") << qsizetype(2) << qsizetype(5) << "aaXYcc" << QList<qsizetype> { 2, 2, 2 };
-        QTest::newRow("at the start") << qsizetype(0) << qsizetype(0) << "XYaaabbbccc" << QList<qsizetype> { 2, 3, 3, 3 };
+        QTest::newRow("at the start") << qsizetype(0) << qsizetype(0) << "XYaaabbbccc"
+                                      << QList<qsizetype> { 2, 3, 3, 3 };
         QTest::newRow("at the end") << qsizetype(9) << qsizetype(0) << "aaabbbcccXY" << QList<qsizetype> { 3, 3, 3, 2 };
         QTest::newRow("everything") << qsizetype(0) << qsizetype(9) << "XY" << QList<qsizetype> { 2 };
     }

@@ -2,14 +2,14 @@
 
 #include <QTextCursor>
 
-PrinterAttributedString::PrinterAttributedString(const QString& text, const QTextCharFormat& format,
-                                                 const QTextBlockFormat& paragraphStyle)
+PrinterAttributedString::PrinterAttributedString(
+    const QString& text, const QTextCharFormat& format, const QTextBlockFormat& paragraphStyle)
 {
     append(text, format, paragraphStyle);
 }
 
-void PrinterAttributedString::appendRun(qsizetype length, const QTextCharFormat& format,
-                                        const QTextBlockFormat& paragraphStyle)
+void PrinterAttributedString::appendRun(
+    qsizetype length, const QTextCharFormat& format, const QTextBlockFormat& paragraphStyle)
 {
     if (length <= 0)
         return;
@@ -20,8 +20,8 @@ void PrinterAttributedString::appendRun(qsizetype length, const QTextCharFormat&
     m_runs.append(Run { length, format, paragraphStyle });
 }
 
-void PrinterAttributedString::append(const QString& text, const QTextCharFormat& format,
-                                     const QTextBlockFormat& paragraphStyle)
+void PrinterAttributedString::append(
+    const QString& text, const QTextCharFormat& format, const QTextBlockFormat& paragraphStyle)
 {
     m_text += text;
     appendRun(text.size(), format, paragraphStyle);

@@ -25,7 +25,7 @@ public:
 
     PrinterAttributedString() = default;
     explicit PrinterAttributedString(const QString& text, const QTextCharFormat& format = QTextCharFormat(),
-                                     const QTextBlockFormat& paragraphStyle = QTextBlockFormat());
+        const QTextBlockFormat& paragraphStyle = QTextBlockFormat());
 
     const QString& string() const { return m_text; }
     qsizetype length() const { return m_text.size(); }
@@ -33,7 +33,7 @@ public:
     const QList<Run>& runs() const { return m_runs; }
 
     void append(const QString& text, const QTextCharFormat& format = QTextCharFormat(),
-                const QTextBlockFormat& paragraphStyle = QTextBlockFormat());
+        const QTextBlockFormat& paragraphStyle = QTextBlockFormat());
     void append(const PrinterAttributedString& other);
 
     /// Character format and paragraph style at a position (those of the last
@@ -48,8 +48,7 @@ public:
     void replace(qsizetype position, qsizetype length, const PrinterAttributedString& value);
 
     /// Changes every run's format in place.
-    template<typename Function>
-    void forEachRun(Function function)
+    template<typename Function> void forEachRun(Function function)
     {
         for (Run& run : m_runs)
             function(run);

@@ -14,8 +14,7 @@
 namespace {
 
 /// Runs a call on the progress object's thread, waiting for it, unless that is this thread.
-template<typename Function>
-void onProgressThread(PrinterProgress* progress, Function function)
+template<typename Function> void onProgressThread(PrinterProgress* progress, Function function)
 {
     if (progress->thread() == QThread::currentThread())
         function();
@@ -111,7 +110,7 @@ void PrinterDocument::setUpWriter(QPdfWriter& writer, const QSizeF& pageSize)
     writer.setResolution(72);
     writer.setCreator(QStringLiteral("Quillarc"));
     writer.setPageLayout(QPageLayout(QPageSize(pageSize, QPageSize::Point, QString(), QPageSize::ExactMatch),
-                                     QPageLayout::Portrait, QMarginsF(0, 0, 0, 0), QPageLayout::Point));
+        QPageLayout::Portrait, QMarginsF(0, 0, 0, 0), QPageLayout::Point));
 }
 
 QByteArray PrinterDocument::writePDF(PrinterProgress* progress)
@@ -162,14 +161,15 @@ QByteArray PrinterDocument::emptyPDF()
 }
 
 void PrinterDocument::pdfDocumentInBackground(std::shared_ptr<PrinterDocument> document, PrinterProgress* progress,
-                                              QObject* context, std::function<void(const QByteArray&)> done)
+    QObject* context, std::function<void(const QByteArray&)> done)
 {
     QPointer<QObject> receiver(context);
     QPointer<PrinterProgress> display(progress);
     QThread* thread = QThread::create([document, display, receiver, done] {
         const QByteArray pdf = document->pdfDocumentWithProgress(display.data());
         if (receiver)
-            QMetaObject::invokeMethod(receiver.data(), [document, done, pdf] { done(pdf); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                receiver.data(), [document, done, pdf] { done(pdf); }, Qt::QueuedConnection);
     });
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start();

@@ -8,7 +8,6 @@
 #include <QByteArray>
 #include <QPointer>
 #include <QSizeF>
-
 #include <functional>
 #include <memory>
 #include <vector>
@@ -77,7 +76,7 @@ public:
     /// thread of `context` (normally the main thread), unless `context` is gone
     /// by then. The report must not be touched until `done` runs.
     static void pdfDocumentInBackground(std::shared_ptr<PrinterDocument> document, PrinterProgress* progress,
-                                        QObject* context, std::function<void(const QByteArray&)> done);
+        QObject* context, std::function<void(const QByteArray&)> done);
 
     /// Sets a writer up for pages of the given size in points: 72 dpi, no margins.
     static void setUpWriter(QPdfWriter& writer, const QSizeF& pageSize);

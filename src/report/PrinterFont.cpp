@@ -42,8 +42,8 @@ QFont PrinterFont::fontWithName(const QString& name, double pointSize)
 
 QFont PrinterFont::systemFont(double pointSize, bool bold)
 {
-    return fontWithName(QString::fromLatin1(family) + (bold ? QLatin1String("-Bold") : QLatin1String("-Regular")),
-                        pointSize);
+    return fontWithName(
+        QString::fromLatin1(family) + (bold ? QLatin1String("-Bold") : QLatin1String("-Regular")), pointSize);
 }
 
 QFont PrinterFont::defaultFont()

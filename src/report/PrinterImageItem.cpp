@@ -9,8 +9,8 @@ PrinterImageItem::PrinterImageItem(const QImage& image)
 
 std::unique_ptr<PrinterView> PrinterImageItem::viewForWidth(double width) const
 {
-    const QRectF frame(leftMargin(), 0, width - (leftMargin() + rightMargin()),
-                       PrinterImageView::pointSize(m_image).height());
+    const QRectF frame(
+        leftMargin(), 0, width - (leftMargin() + rightMargin()), PrinterImageView::pointSize(m_image).height());
     return std::make_unique<PrinterImageView>(frame, m_image);
 }
 

@@ -8,7 +8,6 @@
 #include <QBuffer>
 #include <QPainter>
 #include <QPdfWriter>
-
 #include <cmath>
 
 PrinterPage::PrinterPage(const QSizeF& pageSize)
@@ -64,8 +63,8 @@ qsizetype PrinterPage::fillWithItems(PrinterItemList& items, qsizetype first, co
     return items.size();
 }
 
-bool PrinterPage::placeOversizedItem(PrinterItemList& items, qsizetype index, std::unique_ptr<PrinterView> view,
-                                     double available)
+bool PrinterPage::placeOversizedItem(
+    PrinterItemList& items, qsizetype index, std::unique_ptr<PrinterView> view, double available)
 {
     const PrinterItem& item = *items[index];
     QRectF frame = view->frame();

@@ -5,7 +5,6 @@
 
 #include <QByteArray>
 #include <QSizeF>
-
 #include <memory>
 
 class PrinterDocument;
@@ -46,8 +45,8 @@ public:
     QByteArray pdfPage() const;
 
 private:
-    bool placeOversizedItem(PrinterItemList& items, qsizetype index, std::unique_ptr<PrinterView> view,
-                            double available);
+    bool placeOversizedItem(
+        PrinterItemList& items, qsizetype index, std::unique_ptr<PrinterView> view, double available);
 
     std::unique_ptr<PrinterView> m_view;
     PrinterView* m_headerView = nullptr;

@@ -22,8 +22,8 @@ bool hasFont(const QTextCharFormat& format)
 }
 
 /// Gives the value's runs the look of the text they replace, as described at replaceText().
-void adoptTemplate(PrinterAttributedString& value, const QTextCharFormat& templateFormat,
-                   const QTextBlockFormat& templateParagraph)
+void adoptTemplate(
+    PrinterAttributedString& value, const QTextCharFormat& templateFormat, const QTextBlockFormat& templateParagraph)
 {
     const bool templateHasFont = hasFont(templateFormat);
     const QFont templateFont = templateFormat.font();
@@ -42,7 +42,7 @@ void adoptTemplate(PrinterAttributedString& value, const QTextCharFormat& templa
         if (templateParagraph.propertyCount() > 0)
             run.paragraphStyle = templateParagraph;
         for (int property : { int(QTextFormat::FontLetterSpacing), int(QTextFormat::FontLetterSpacingType),
-                              int(QTextFormat::FontKerning) }) {
+                 int(QTextFormat::FontKerning) }) {
             if (templateFormat.hasProperty(property))
                 run.format.setProperty(property, templateFormat.property(property));
         }

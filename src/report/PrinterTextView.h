@@ -5,7 +5,6 @@
 
 #include <QColor>
 #include <QSizeF>
-
 #include <memory>
 
 class QTextDocument;

@@ -47,4 +47,4 @@ void PrinterView::releaseCaches()
         subview->releaseCaches();
 }
 
-void PrinterView::draw(QPainter*) const {}
+void PrinterView::draw(QPainter*) const { }

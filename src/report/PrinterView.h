@@ -3,7 +3,6 @@
 #include "report/Subsitute.h"
 
 #include <QRectF>
-
 #include <memory>
 #include <vector>
 
@@ -44,7 +43,7 @@ protected:
     virtual std::unique_ptr<PrinterView> copyWithoutSubviews() const;
     /// Draws the view's own content in its own coordinates (origin at its top-left corner).
     virtual void draw(QPainter* painter) const;
-    virtual void releaseOwnCaches() {}
+    virtual void releaseOwnCaches() { }
 
 private:
     QRectF m_frame;

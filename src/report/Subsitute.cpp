@@ -2,4 +2,4 @@
 
 Subsitute::~Subsitute() = default;
 
-void Subsitute::substituteVariables(const QVariantHash&) {}
+void Subsitute::substituteVariables(const QVariantHash&) { }
