@@ -74,7 +74,8 @@ public:
 
     /// Writes the PDF on a new background thread and hands it to `done` on the
     /// thread of `context` (normally the main thread), unless `context` is gone
-    /// by then. The report must not be touched until `done` runs.
+    /// by then. The report must not be touched until `done` runs, the progress object must
+    /// outlive the run, and the main thread must keep its event loop turning (each update waits for it).
     static void pdfDocumentInBackground(std::shared_ptr<PrinterDocument> document, PrinterProgress* progress,
         QObject* context, std::function<void(const QByteArray&)> done);
 
