@@ -1,0 +1,5 @@
+#include "report/Subsitute.h"
+
+Subsitute::~Subsitute() = default;
+
+void Subsitute::substituteVariables(const QVariantHash&) { }
