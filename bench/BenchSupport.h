@@ -31,6 +31,31 @@ inline double worst(const QList<double>& values)
     return values.isEmpty() ? 0 : *std::max_element(values.begin(), values.end());
 }
 
+/// CPU seconds this process has used so far (user + system): a steadier
+/// figure than wall time on a shared, busy machine.
+inline double cpuSeconds()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+/// Wall and CPU milliseconds of one piece of work.
+struct Timing
+{
+    double wallMs = 0;
+    double cpuMs = 0;
+};
+
+template<typename Work> Timing measure(Work&& work)
+{
+    const double cpuStart = cpuSeconds();
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return { elapsedMs(timer), (cpuSeconds() - cpuStart) * 1000.0 };
+}
+
 /// Peak resident memory of this process so far, in MiB.
 inline double peakRssMiB()
 {

@@ -58,33 +58,36 @@ void runSize(int documents)
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("bench.quillarc"));
     QList<double> saves;
+    QList<double> saveCpu;
     {
         Document archive;
         archive.setUpAfterReading();
         fill(archive, documents);
         for (int run = 0; run < 3; ++run) {
-            QElapsedTimer timer;
-            timer.start();
-            archive.saveToPath(path);
-            saves.append(bench::elapsedMs(timer));
+            const bench::Timing t = bench::measure([&] { archive.saveToPath(path); });
+            saves.append(t.wallMs);
+            saveCpu.append(t.cpuMs);
         }
     }
     const double afterSave = bench::peakRssMiB();
     QList<double> loads;
+    QList<double> loadCpu;
     int loaded = 0;
     for (int run = 0; run < 3; ++run) {
-        QElapsedTimer timer;
-        timer.start();
         Document archive;
-        DocumentError error;
-        archive.readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
-        archive.setUpAfterReading();
-        loads.append(bench::elapsedMs(timer));
+        const bench::Timing t = bench::measure([&] {
+            DocumentError error;
+            archive.readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
+            archive.setUpAfterReading();
+        });
+        loads.append(t.wallMs);
+        loadCpu.append(t.cpuMs);
         loaded = int(archive.allDocuments().size());
     }
     const qint64 bytes = QFileInfo(QDir(path).filePath(QStringLiteral("Quillarc.qldb"))).size();
-    std::printf("%7d documents  database %7.1f MiB  save median %8.1f ms  load median %8.1f ms  (%d loaded)  peak %7.1f MiB (after saves %7.1f MiB)\n",
-        documents, double(bytes) / 1048576.0, bench::median(saves), bench::median(loads), loaded, bench::peakRssMiB(), afterSave);
+    std::printf("%7d documents  database %6.1f MiB  save %7.1f ms (cpu %7.1f)  load %7.1f ms (cpu %7.1f)  [%d loaded]  peak %6.1f MiB (after saves %6.1f)\n",
+        documents, double(bytes) / 1048576.0, bench::median(saves), bench::median(saveCpu), bench::median(loads),
+        bench::median(loadCpu), loaded, bench::peakRssMiB(), afterSave);
     std::fflush(stdout);
 }
 } // namespace
@@ -97,7 +100,7 @@ int main(int argc, char** argv)
         runSize(QString::fromLocal8Bit(argv[1]).toInt());
         return 0;
     }
-    std::printf("Archive load and save (3 runs each, medians)\n");
+    std::printf("Archive load and save (3 runs each, medians; wall and CPU milliseconds)\n");
     for (const int size : sizes) {
         std::fflush(stdout);
         const pid_t child = fork();
