@@ -5,7 +5,10 @@
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
+#include "store/Fingerprint.h"
+#include "store/IntegrityValidator.h"
 #include "store/PackageMember.h"
+#include "text/KVLocalizationDictionary.h"
 #include "text/StringHelpers.h"
 
 #include <QCoreApplication>
@@ -163,6 +166,42 @@ QString QuillarcDocument::previewItemURL() const
         file.commit();
     }
     return target;
+}
+
+bool QuillarcDocument::isFileCorrupted() const
+{
+    const Document* archive = document();
+    if (!archive)
+        return true;
+    const QString salt = archive->string().isEmpty() ? Fingerprint::salt() : archive->string();
+    return IntegrityValidator::checkMember(archive->packagePath(), path(), string(), salt) != IntegrityValidator::MemberState::Intact;
+}
+
+QString QuillarcDocument::currentStateBlock(bool corrupted) const
+{
+    const QString dateAdded = field(DateAdded).isNil()
+        ? QString()
+        : QLocale().toString(Clock::toDateTime(field(DateAdded).toDate()).date(), QLocale::ShortFormat);
+    QString block;
+    block += QStringLiteral("\tID:\t\t\t%1\n").arg(uniqueID());
+    block += QStringLiteral("\t%1:\t\t%2\n").arg(localizedString(QStringLiteral("LOG_ADDED")), dateAdded);
+    block += QStringLiteral("\t%1:\t\t\t%2\n").arg(localizedString(QStringLiteral("LOG_SLIP")), slipNumber());
+    block += QStringLiteral("\t%1:\t\t\t%2 (%3)\n").arg(localizedString(QStringLiteral("LOG_FILE")), name(), extension().toUpper());
+    if (corrupted)
+        block += QStringLiteral("\t%1:\t\t\t✗ (%2)\n").arg(localizedString(QStringLiteral("LOG_STATE")), localizedString(QStringLiteral("LOG_CORRUPTED")));
+    else
+        block += QStringLiteral("\t%1:\t\t\t✓ (%2)\n").arg(localizedString(QStringLiteral("LOG_STATE")), localizedString(QStringLiteral("LOG_VALID")));
+    return block;
+}
+
+QString QuillarcDocument::logText() const
+{
+    return currentStateBlock(isFileCorrupted());
+}
+
+QString QuillarcDocument::logTextNew() const
+{
+    return currentStateBlock(false);
 }
 
 Value QuillarcDocument::valueForKey(const QString& key) const

@@ -62,9 +62,19 @@ public:
     /// A plain copy for the preview panel, always written afresh.
     QString previewItemURL() const;
 
+    /// True when the archived member is missing, cannot be decoded, or its
+    /// bytes no longer match the fingerprint taken at intake.
+    bool isFileCorrupted() const;
+    /// The document's current-state block for the audit log, with a checked
+    /// state line (logText) or one that always says valid (logTextNew).
+    QString logText() const;
+    QString logTextNew() const;
+
     Value valueForKey(const QString& key) const override;
 
 private:
+    QString currentStateBlock(bool corrupted) const;
+
     QString representationFileName() const;
 };
 

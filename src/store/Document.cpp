@@ -4,6 +4,7 @@
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
+#include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
@@ -13,10 +14,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QSaveFile>
 #include <QSet>
 #include <QSysInfo>
 
+#include <cmath>
 #include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -345,6 +348,70 @@ bool Document::close(QString* error)
     if (m_preferences)
         m_preferences->setValue(QuillarcPreferences::ValidationPosssible, Value::boolean(true));
     return save(error);
+}
+
+namespace {
+/// How a missing value shows inside a formatted text.
+QString orNull(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("(null)") : text;
+}
+
+/// A number as its plain decimal text: 1024 for 1024.0, 1024.5 for 1024.5.
+QString plainDecimal(const Value& number)
+{
+    if (!number.isNumber())
+        return QStringLiteral("(null)");
+    const double value = number.toReal();
+    if (number.kind() != Value::Kind::Real || (value == std::floor(value) && std::fabs(value) < 9.0e15))
+        return QString::number(number.kind() == Value::Kind::Real ? qint64(value) : number.toInteger());
+    return QString::number(value, 'g', 17);
+}
+} // namespace
+
+QString Document::shortDateFormatter(const Value& date)
+{
+    if (date.kind() != Value::Kind::Date)
+        return QString();
+    return QLocale().toString(Clock::toDateTime(date.toDate()), QLocale::ShortFormat);
+}
+
+void Document::createLogObjectForDocument(const DocumentPtr& document, qint64 logKind)
+{
+    if (!m_container || !document)
+        return;
+    auto entry = QuillarcLogObject::create();
+    entry->setField(QuillarcLogObject::LogKind, Value::integer(logKind));
+    entry->setField(QuillarcLogObject::ObjectUniqueID, Value::string(document->uniqueID()));
+    const QString action = localizedString(logKind == 1 ? key("LOG_ACTION_DELETED") : key("LOG_ACTION_CREATED"));
+
+    // A moment before the day this check was introduced can only come from a
+    // clock that was set back: the entry then says so instead of dating itself.
+    const QDateTime cutoff = QDateTime::fromString(QStringLiteral("20200925"), QStringLiteral("yyyyMMdd"));
+    const QDateTime created = Clock::toDateTime(entry->creationDate());
+    auto line = [](const char* label, const QString& value) {
+        return QStringLiteral("\t%1: %2\n").arg(localizedString(QString::fromLatin1(label)), orNull(value));
+    };
+    QString text;
+    if (created < cutoff) {
+        text += QStringLiteral("\tID: %1\n").arg(orNull(document->field(QuillarcDocument::UniqueID).toString()));
+        text += QStringLiteral("\nFILE ITSELF MAY BE VALID.\nDATE STAMP TAMPERED WITH.\nCOMPLIANCE WITH Quillarc AND OTHER LEGAL REQUIREMENTS NOT GUARANTEED.\n\n");
+        text += line("LOG_ORIGINAL_NAME", document->field(QuillarcDocument::Name).toString());
+        text += line("LOG_CURRENT_TITLE", document->field(QuillarcDocument::Title).toString());
+    } else {
+        text += QStringLiteral("\t%1: %2 (%3)\n")
+                    .arg(localizedString(key("LOG_TIME")), orNull(shortDateFormatter(entry->field(QuillarcLogObject::CreationDate))), action);
+        text += QStringLiteral("\tID: %1\n").arg(orNull(document->field(QuillarcDocument::UniqueID).toString()));
+        text += line("LOG_CREATED", shortDateFormatter(document->field(QuillarcDocument::CreationDate)));
+        text += line("LOG_MODIFIED", shortDateFormatter(document->field(QuillarcDocument::ModificationDate)));
+        text += line("LOG_ADDED", shortDateFormatter(document->field(QuillarcDocument::DateAdded)));
+        text += line("LOG_ORIGINAL_NAME", document->field(QuillarcDocument::Name).toString());
+        text += line("LOG_CURRENT_TITLE", document->field(QuillarcDocument::Title).toString());
+        text += line("LOG_FILE_KIND", document->field(QuillarcDocument::FileKind).toString());
+        text += QStringLiteral("\t%1: %2 bytes\n").arg(localizedString(key("LOG_FILE_SIZE")), plainDecimal(document->field(QuillarcDocument::FileSize)));
+    }
+    entry->setField(QuillarcLogObject::LogText, Value::string(text));
+    m_container->mutableField(QuillarcContainer::Logs).mutableArray().append(Value::object(entry));
 }
 
 QList<GroupPtr> Document::allGroups() const

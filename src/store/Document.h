@@ -100,6 +100,13 @@ public:
     /// Supplies the selected rows (groups, documents; -1 for none) when saving.
     void setSelectionProvider(std::function<std::pair<qint64, qint64>()> provider) { m_selectionProvider = std::move(provider); }
 
+    /// Appends one audit-log entry for the document: kind 0 taken in, 1
+    /// deleted. The entry's text is fixed now and never edited; callers save
+    /// or mark the archive edited themselves.
+    void createLogObjectForDocument(const DocumentPtr& document, qint64 logKind);
+    /// A date in the short date and short time style of the current locale.
+    static QString shortDateFormatter(const Value& date);
+
     QList<GroupPtr> allGroups() const;
     QList<DocumentPtr> allDocuments() const;
     DocumentPtr itemForID(const QString& uniqueID) const;

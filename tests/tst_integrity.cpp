@@ -1,0 +1,226 @@
+#include "ArchiveFixture.h"
+#include "TestSupport.h"
+#include "model/QuillarcContainer.h"
+#include "model/QuillarcLogObject.h"
+#include "model/QuillarcPreferences.h"
+#include "store/IntegrityValidator.h"
+#include "store/KeyedArchiver.h"
+#include "store/KeyedUnarchiver.h"
+#include "store/PackageMember.h"
+#include "text/KVLocalizationDictionary.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+QString text(const char* key)
+{
+    return localizedString(QString::fromLatin1(key));
+}
+
+/// Runs a validation the way the information popover does and waits for it.
+bool validate(Document& archive, IntegrityValidator& validator)
+{
+    QSignalSpy finished(&validator, &IntegrityValidator::finished);
+    validator.validateIntegrety(archive.clientData());
+    if (!finished.wait(10000))
+        return false;
+    return finished.first().first().toBool();
+}
+} // namespace
+
+class TestIntegrity : public QObject
+{
+    Q_OBJECT
+
+private:
+    TemporaryHome m_home;
+    QString m_path;
+    QString m_firstMember;
+
+    /// A saved archive with two groups and three documents, reopened.
+    std::unique_ptr<Document> makeArchive(const char* name)
+    {
+        m_path = m_home.path() + QLatin1Char('/') + QLatin1String(name) + QStringLiteral(".quillarc");
+        QDir(m_path).removeRecursively();
+        ArchiveFixture fixture(m_path);
+        const auto first = fixture.addGroup(QStringLiteral("A"));
+        m_firstMember = fixture.addDocument(first, QStringLiteral("Rechnung"), QByteArray("%PDF-1.4 invoice bytes")).get()->path();
+        fixture.addDocument(first, QStringLiteral("Vertrag"), QByteArray(100000, 'v'));
+        fixture.addDocument(fixture.addGroup(QStringLiteral("B")), QStringLiteral("Brief"), QByteArray("letter"));
+        fixture.save();
+        return ArchiveFixture::reopen(m_path);
+    }
+
+private Q_SLOTS:
+    void damagedArchivesAreReportedExactly_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<QString>("logFormat"); // %M = the first member's path
+        QTest::newRow("intact") << "none" << "";
+        QTest::newRow("one changed byte") << "flip" << "CORRUPTED: %M\n\n";
+        QTest::newRow("deleted member") << "delete" << "MISSING  %M\n\n";
+        QTest::newRow("not an archive") << "replace" << "CORRUPTED  %M\n\n";
+        QTest::newRow("empty member") << "empty" << "CORRUPTED  %M\n\n";
+        QTest::newRow("truncated member") << "truncate" << "CORRUPTED  %M\n\n";
+        QTest::newRow("member is a folder") << "folder" << "CORRUPTED  %M\n\n";
+        QTest::newRow("archive without data") << "nodata" << "CORRUPTED: %M\n\n";
+        QTest::newRow("edited database") << "database" << "DATABASE";
+    }
+    void damagedArchivesAreReportedExactly()
+    {
+        QFETCH(QString, damage);
+        QFETCH(QString, logFormat);
+        auto archive = makeArchive("damaged");
+        const QString member = m_path + QLatin1Char('/') + m_firstMember;
+        QByteArray bytes = readFile(member);
+        if (damage == QLatin1String("flip")) {
+            const qsizetype at = bytes.indexOf("invoice");
+            bytes[at] = 'I';
+            writeFile(member, bytes);
+        } else if (damage == QLatin1String("delete")) {
+            QFile::remove(member);
+        } else if (damage == QLatin1String("replace")) {
+            writeFile(member, "%PDF-1.4 this is the original file, not an archived member");
+        } else if (damage == QLatin1String("empty")) {
+            writeFile(member, QByteArray());
+        } else if (damage == QLatin1String("truncate")) {
+            writeFile(member, bytes.left(bytes.size() / 2));
+        } else if (damage == QLatin1String("folder")) {
+            QFile::remove(member);
+            QDir().mkpath(member);
+        } else if (damage == QLatin1String("nodata")) {
+            writeFile(member, KeyedArchiver::archivedDataWithRootObject(
+                Value::dictionary({ { QStringLiteral("quickLook"), Value::data("png") } }, false)));
+        } else if (damage == QLatin1String("database")) {
+            // Changed outside the archive: another title inside "companyData", fingerprint left as it was.
+            Value database = KeyedUnarchiver::unarchiveObjectWithData(readFile(m_path + QStringLiteral("/Quillarc.qldb")));
+            ValueMap& entries = database.mutableDictionary();
+            Value company = KeyedUnarchiver::unarchiveObjectWithData(entries.value(QStringLiteral("companyData")).toData());
+            company.toDictionary().value(QStringLiteral("container")).toObject()->setField(QuillarcContainer::ContainerTitle,
+                Value::string(QStringLiteral("forged")));
+            entries.insert(QStringLiteral("companyData"), Value::data(KeyedArchiver::archivedDataWithRootObject(company)));
+            writeFile(m_path + QStringLiteral("/Quillarc.qldb"), KeyedArchiver::archivedDataWithRootObject(database));
+            QFile::remove(m_path + QLatin1Char('/') + m_firstMember); // not reported: the database failure stands alone
+        }
+        archive = ArchiveFixture::reopen(m_path);
+        QFile::remove(IntegrityValidator::integrityLogPath());
+
+        IntegrityValidator validator(archive.get());
+        const bool intact = validate(*archive, validator);
+        QCOMPARE(intact, logFormat.isEmpty());
+        QVERIFY(!validator.isValidating());
+        QCOMPARE(validator.isDataInteger(), intact);
+        QCOMPARE(archive->integrityString(), validator.integrityString());
+        if (intact) {
+            QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_VALID"));
+            QVERIFY(!QFile::exists(IntegrityValidator::integrityLogPath()));
+            return;
+        }
+        QString expected = logFormat;
+        expected.replace(QStringLiteral("%M"), m_firstMember)
+            .replace(QStringLiteral("CORRUPTED"), text("INTEGRITY_LOG_CORRUPTED_FAIL"))
+            .replace(QStringLiteral("MISSING"), text("INTEGRITY_LOG_MISSING_FAIL"))
+            .replace(QStringLiteral("DATABASE"), text("INTEGRITY_LOG_DATABASE_FAIL"));
+        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_CORRUPT"));
+        QCOMPARE(QString::fromUtf8(readFile(IntegrityValidator::integrityLogPath())), expected);
+    }
+
+    void everyFailureIsListedInDocumentOrder()
+    {
+        auto archive = makeArchive("several");
+        const auto documents = archive->allDocuments();
+        QFile::remove(m_path + QLatin1Char('/') + documents[2]->path());
+        writeFile(m_path + QLatin1Char('/') + documents[0]->path(), "junk");
+        IntegrityValidator validator(archive.get());
+        QVERIFY(!validate(*archive, validator));
+        QCOMPARE(validator.logText(),
+            QStringLiteral("%1  %2\n\n%3  %4\n\n")
+                .arg(text("INTEGRITY_LOG_CORRUPTED_FAIL"), documents[0]->path(), text("INTEGRITY_LOG_MISSING_FAIL"), documents[2]->path()));
+        QVERIFY(documents[0]->isFileCorrupted());
+        QVERIFY(!documents[1]->isFileCorrupted());
+        QVERIFY(documents[2]->isFileCorrupted());
+    }
+
+    void pathsThatLeaveThePackageAreMissing()
+    {
+        auto archive = makeArchive("escape");
+        writeFile(m_home.path() + QStringLiteral("/outside"), readFile(m_path + QLatin1Char('/') + m_firstMember));
+        const auto document = archive->allDocuments().first();
+        document->setField(QuillarcDocument::Path, Value::string(QStringLiteral("../outside")));
+        QVERIFY(document->isFileCorrupted());
+        QCOMPARE(IntegrityValidator::checkMember(m_path, QStringLiteral("../outside"), document->string(), archive->string()),
+            IntegrityValidator::MemberState::Missing);
+        QCOMPARE(IntegrityValidator::checkMember(m_path, QString(""), document->string(), archive->string()),
+            IntegrityValidator::MemberState::Undecodable);
+    }
+
+    void anEmptyArchiveIsIntactAndAnOldLogSurvives()
+    {
+        const QString path = m_home.path() + QStringLiteral("/empty.quillarc");
+        { ArchiveFixture fixture(path); }
+        writeFile(IntegrityValidator::integrityLogPath(), "an earlier failure");
+        auto archive = ArchiveFixture::reopen(path);
+        IntegrityValidator validator(archive.get());
+        QVERIFY(validate(*archive, validator));
+        QCOMPARE(readFile(IntegrityValidator::integrityLogPath()), QByteArray("an earlier failure"));
+    }
+
+    void objectsChangedSinceOpeningDoNotMatter()
+    {
+        auto archive = makeArchive("changed");
+        archive->container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("edited in memory")));
+        IntegrityValidator validator(archive.get());
+        QVERIFY(validate(*archive, validator));
+    }
+
+    void aNewArchiveSaysItIsNew()
+    {
+        Document archive;
+        archive.setUpAfterReading();
+        QVERIFY(!archive.preferences()->validationPosssible());
+        IntegrityValidator validator(&archive);
+        QSignalSpy finished(&validator, &IntegrityValidator::finished);
+        validator.validateIntegrety(archive.clientData());
+        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_VALIDATING"));
+        QTest::qWait(900);
+        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_VALIDATING"));
+        QTRY_COMPARE_WITH_TIMEOUT(validator.integrityString(), text("INTEGRITY_STRING_NEW"), 1000);
+        QCOMPARE(archive.integrityString(), text("INTEGRITY_STRING_NEW"));
+        QCOMPARE(finished.count(), 0);
+    }
+
+    void anUnwritableLogIsOnlyLogged()
+    {
+        auto archive = makeArchive("unwritable");
+        QFile::remove(m_path + QLatin1Char('/') + m_firstMember);
+        const QString documents = m_home.documentsPath();
+        QDir(documents).removeRecursively();
+        writeFile(documents, "a file where the folder should be");
+        IntegrityValidator validator(archive.get());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Integrity Log Error: ")));
+        QVERIFY(!validate(*archive, validator));
+        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_CORRUPT"));
+        QFile::remove(documents);
+        QDir().mkpath(documents);
+    }
+
+    void theCommandLineReportsAndExits()
+    {
+        auto archive = makeArchive("cli");
+        CliRun run = runCli({ QStringLiteral("validate"), m_path });
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(QString::fromUtf8(run.out), text("INTEGRITY_STRING_DATABASE_VALID") + QLatin1Char('\n'));
+
+        QFile::remove(m_path + QLatin1Char('/') + m_firstMember);
+        run = runCli({ QStringLiteral("validate"), m_path });
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(run.out), text("INTEGRITY_STRING_DATABASE_CORRUPT") + QLatin1Char('\n')
+                + QStringLiteral("%1  %2\n\n").arg(text("INTEGRITY_LOG_MISSING_FAIL"), m_firstMember));
+
+        QCOMPARE(runCli({ QStringLiteral("validate"), m_home.path() + QStringLiteral("/nothing.quillarc") }).exitCode, 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestIntegrity)
+#include "tst_integrity.moc"
