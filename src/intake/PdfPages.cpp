@@ -1,6 +1,7 @@
 #include "intake/PdfPages.h"
 
 #include "intake/ImageLoader.h"
+#include "model/Logging.h"
 
 #include <QPainter>
 
@@ -12,8 +13,22 @@
 
 namespace {
 
+/// Damaged files make the PDF library talk a lot; that goes to the debug level
+/// of the system log instead of stderr.
+void routePdfMessages()
+{
+    static const bool routed = [] {
+        Poppler::setDebugErrorFunction(
+            [](const QString& message, const QVariant&) { qCDebug(lcQuillarc, "PDF: %s", qPrintable(message)); },
+            QVariant());
+        return true;
+    }();
+    Q_UNUSED(routed);
+}
+
 std::unique_ptr<Poppler::Document> openDocument(const QString& path)
 {
+    routePdfMessages();
     std::unique_ptr<Poppler::Document> document;
     try {
         document = Poppler::Document::load(path);
