@@ -16,6 +16,8 @@
 
 #include <functional>
 
+#include <libheif/heif.h>
+
 namespace {
 
 const QString kGerman = QStringLiteral("Hängeschränke, Größe, Übergabe");
@@ -93,6 +95,33 @@ QByteArray pngHeaderClaiming(quint32 width, quint32 height)
     appendPngChunk(png, "IDAT", QByteArray::fromHex("789c030000000001"));
     appendPngChunk(png, "IEND", {});
     return png;
+}
+
+/// Encodes image as a HEIC file, as a phone would store a photo.
+bool writeHeic(const QString& path, const QImage& image)
+{
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
+    heif_image* picture = nullptr;
+    if (heif_image_create(rgb.width(), rgb.height(), heif_colorspace_RGB, heif_chroma_interleaved_RGB, &picture).code
+        != heif_error_Ok)
+        return false;
+    heif_image_add_plane(picture, heif_channel_interleaved, rgb.width(), rgb.height(), 8);
+    int stride = 0;
+    uint8_t* plane = heif_image_get_plane(picture, heif_channel_interleaved, &stride);
+    for (int y = 0; y < rgb.height(); ++y)
+        memcpy(plane + qsizetype(y) * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
+    heif_context* context = heif_context_alloc();
+    heif_encoder* encoder = nullptr;
+    bool written = heif_context_get_encoder_for_format(context, heif_compression_HEVC, &encoder).code == heif_error_Ok;
+    if (written) {
+        heif_encoder_set_lossy_quality(encoder, 90);
+        written = heif_context_encode_image(context, picture, encoder, nullptr, nullptr).code == heif_error_Ok
+            && heif_context_write_to_file(context, QFile::encodeName(path).constData()).code == heif_error_Ok;
+        heif_encoder_release(encoder);
+    }
+    heif_context_free(context);
+    heif_image_release(picture);
+    return written;
 }
 
 } // namespace
@@ -184,6 +213,15 @@ private Q_SLOTS:
         options.ocrLanguageKind = 1;
         options.ocrPrioritiseAccuracy = accurate;
         QCOMPARE(contenStringFromURL(file, extension, options), QStringLiteral(" Alpha Bravo"));
+    }
+
+    void heicImageIsRecognised()
+    {
+        const QString file = path(QStringLiteral("photo.heic"));
+        if (!heif_have_encoder_for_format(heif_compression_HEVC))
+            QSKIP("no HEVC encoder to make a HEIC file");
+        QVERIFY(writeHeic(file, renderedLines({ QStringLiteral("Charlie") })));
+        QCOMPARE(contenStringFromURL(file, QStringLiteral("heic"), {}), QStringLiteral(" Charlie"));
     }
 
     void germanIsRecognisedWithGermanSelected()
