@@ -1,0 +1,11 @@
+#include "intake/WebArchiveReader.h"
+
+QString WebArchiveReader::extract(const QString&) const
+{
+    return {};
+}
+
+QString WebArchiveReader::extractFromData(const QByteArray&)
+{
+    return {};
+}
