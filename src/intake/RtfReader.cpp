@@ -361,8 +361,10 @@ bool RtfParser::parse(QString* out)
                 m_pos += 1;
                 const int high = m_pos < m_size ? hexValue(m_data[m_pos]) : -1;
                 const int low = m_pos + 1 < m_size ? hexValue(m_data[m_pos + 1]) : -1;
-                if (high < 0 || low < 0)
+                if (high < 0 || low < 0) {
+                    m_pos += high >= 0 ? 1 : 0; // a broken escape is dropped with what there is of it
                     continue;
+                }
                 m_pos += 2;
                 literalByte(char(high * 16 + low));
             } else {

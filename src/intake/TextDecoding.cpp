@@ -24,7 +24,8 @@ bool decodeStrict(QStringDecoder& decoder, QByteArrayView bytes, QString* text)
     if (!decoder.isValid())
         return false;
     QString decoded = decoder.decode(bytes);
-    if (decoder.hasError())
+    // A lone surrogate at the very end is not reported as an error by the decoder.
+    if (decoder.hasError() || !QStringView(decoded).isValidUtf16())
         return false;
     *text = std::move(decoded);
     return true;
