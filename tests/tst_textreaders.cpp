@@ -5,6 +5,7 @@
 #include "intake/RtfReader.h"
 #include "intake/TextDecoding.h"
 #include "intake/WebArchiveReader.h"
+#include "store/BinaryPlistWriter.h"
 
 #include "TestSupport.h"
 
@@ -82,6 +83,27 @@ qsizetype wordStreamOffset(const QByteArray& doc)
     return -1;
 }
 
+// A web archive as browsers save it: the main resource and its sub-resources.
+QByteArray webArchiveBytes(const QByteArray& html, const QString& encodingName, bool withMainResource = true)
+{
+    BinaryPlistWriter writer;
+    std::vector<BinaryPlistWriter::Ref> keys {writer.addString(QStringLiteral("WebResourceData")),
+                                              writer.addString(QStringLiteral("WebResourceMIMEType")),
+                                              writer.addString(QStringLiteral("WebResourceURL"))};
+    std::vector<BinaryPlistWriter::Ref> values {writer.addData(html), writer.addString(QStringLiteral("text/html")),
+                                                writer.addString(QStringLiteral("https://example.com/"))};
+    if (!encodingName.isEmpty()) {
+        keys.push_back(writer.addString(QStringLiteral("WebResourceTextEncodingName")));
+        values.push_back(writer.addString(encodingName));
+    }
+    const auto resource = writer.addDictionary(keys, values);
+    const auto mainKey = writer.addString(withMainResource ? QStringLiteral("WebMainResource")
+                                                           : QStringLiteral("WebOtherResource"));
+    const auto subKey = writer.addString(QStringLiteral("WebSubresources"));
+    const auto top = writer.addDictionary({mainKey, subKey}, {resource, writer.addArray({})});
+    return writer.write(top);
+}
+
 } // namespace
 
 class TestTextReaders : public QObject
@@ -143,6 +165,8 @@ private Q_SLOTS:
                                "charset=ISO-8859-1\"></head><body>%1</body></html>")
                     .arg(kGerman)
                     .toLatin1());
+        QTest::newRow("webarchive")
+            << "a.webarchive" << webArchiveBytes(QStringLiteral("<p>%1</p>").arg(kGerman).toUtf8(), QStringLiteral("UTF-8"));
         QTest::newRow("txt utf-8") << "a.txt" << kGerman.toUtf8();
         QTest::newRow("md utf-8 bom") << "a.md" << "\xEF\xBB\xBF" + kGerman.toUtf8();
         QTest::newRow("txt utf-16le bom") << "a.txt" << "\xFF\xFE" + encoded(kGerman, "UTF-16LE");
@@ -381,6 +405,27 @@ private Q_SLOTS:
     void htmlOutsideEncodingWins()
     {
         QCOMPARE(HtmlReader::extractFromData("<meta charset=\"utf-8\">\xe4", "ISO-8859-1"), QStringLiteral("ä"));
+    }
+
+    void webArchive_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("utf-8 by meta") << webArchiveBytes(QStringLiteral("<meta charset=utf-8><p>Grüße</p>").toUtf8(), {})
+                                       << "Grüße";
+        QTest::newRow("recorded latin-1")
+            << webArchiveBytes(QByteArray("<p>Gr\xfc\xdf" "e</p>"), QStringLiteral("ISO-8859-1")) << "Grüße";
+        QTest::newRow("no main resource") << webArchiveBytes("<p>x</p>", {}, false) << QString();
+        const QByteArray good = webArchiveBytes("<p>x</p>", {});
+        QTest::newRow("truncated") << good.left(good.size() - 10) << QString();
+        QTest::newRow("html file") << QByteArray("<html><p>x</p></html>") << QString();
+        QTest::newRow("empty") << QByteArray() << QString();
+    }
+    void webArchive()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
+        QCOMPARE(WebArchiveReader::extractFromData(bytes), text);
     }
 
     void plainText_data()
