@@ -17,7 +17,7 @@ constexpr std::array<char16_t, 32> kWindows1252High = {
 };
 
 // The detector only needs a sample; feeding whole large files costs time for nothing.
-constexpr qsizetype kDetectorSample = 1 << 20;
+constexpr qsizetype kDetectorSample = 64 * 1024;
 
 bool decodeStrict(QStringDecoder& decoder, QByteArrayView bytes, QString* text)
 {
