@@ -4,6 +4,8 @@
 #include <QGuiApplication>
 
 #include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 std::vector<CliCommand>& registry()
@@ -68,6 +70,12 @@ int main(int argc, char** argv)
     // The command line never needs a display; fonts, images and PDFs work offscreen.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Headless sessions often have no runtime folder; make the one Qt would pick, quietly.
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+        const QByteArray runtime = "/tmp/runtime-" + QByteArray::number(getuid());
+        ::mkdir(runtime.constData(), 0700);
+        qputenv("XDG_RUNTIME_DIR", runtime);
+    }
     QGuiApplication app(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Tessary"));
     QGuiApplication::setApplicationName(QStringLiteral("Quillarc"));

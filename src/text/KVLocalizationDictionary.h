@@ -1,11 +1,18 @@
 #pragma once
 
 #include <QHash>
+#include <QList>
+#include <QReadWriteLock>
 #include <QString>
+#include <QVariantMap>
 
 /// Turns the keys used in code and user-interface files into texts of the
 /// user's language, from the one table shipped with the application
 /// (resource ":/LocalizationDictionary.glossordoc").
+///
+/// The table is an XML property list whose root dictionary holds "baseItems",
+/// an array of items; each item maps "base" to the key and every language code
+/// ("de", "en", ...) to the key's text in that language.
 class KVLocalizationDictionary
 {
 public:
@@ -13,22 +20,55 @@ public:
     /// and reloaded; every localized control localizes itself again.
     static constexpr const char* relocalizationNotificationName = "TARNWELLGLOSSORTESTNF";
 
-    /// The single instance, created once (thread-safely) on first use.
+    /// Resource path of the table shipped with the application.
+    static constexpr const char* defaultTablePath = ":/LocalizationDictionary.glossordoc";
+
+    /// The single instance, created once (thread-safely) on first use. Its language
+    /// comes from the user-defaults array "AppleLanguages", else from the system.
     static KVLocalizationDictionary& sharedLocalizationDictionary();
 
+    /// A dictionary of its own for the table at @p tablePath and the language code
+    /// @p language, independent of the shared instance and of the user's settings.
+    KVLocalizationDictionary(const QString& tablePath, const QString& language);
+
+    /// The text of @p key in the current language; the key itself when the table
+    /// has no text or an empty text for it.
     QString localizedStringForDictionaryString(const QString& key) const;
+
+    /// Rebuilds the flattened dictionary from the table file for the current language.
     void reloadLocalizationDictionary();
+
+    /// "de" -> "German" ... "da" -> "Danish"; for Swedish, Portuguese, Finnish and
+    /// Norwegian the full name gives the code instead. Everything else is "Unknown".
     static QString fullLanguageForLanguage(const QString& language);
 
-    QString language() const { return m_language; }
-    void setLanguage(const QString& language) { m_language = language; }
-    QHash<QString, QString> localizationDictionary() const { return m_localizationDictionary; }
-    void setLocalizationDictionary(const QHash<QString, QString>& dictionary) { m_localizationDictionary = dictionary; }
+    /// The language code for one entry of a preferred-languages list: "de-DE" -> "de",
+    /// "zh-Hans-CN" -> "zh-Hans", older full names such as "German" -> "de".
+    static QString languageForPreferredLanguage(const QString& entry);
+
+    /// The first preferred language: "AppleLanguages" of the application settings when
+    /// set, else the system's first UI language, else "en"; already reduced to its code.
+    static QString preferredLanguage();
+
+    /// All items of "baseItems" of the table at @p path, in order; an empty list (and
+    /// @p error set) when the file is missing or not a readable property list.
+    static QList<QVariantMap> tableItems(const QString& path, QString* error = nullptr);
+
+    QString language() const;
+    void setLanguage(const QString& language);
+    QString tablePath() const;
+    void setTablePath(const QString& path);
+    QHash<QString, QString> localizationDictionary() const;
+    void setLocalizationDictionary(const QHash<QString, QString>& dictionary);
 
 private:
     KVLocalizationDictionary();
 
+    // Texts are also looked up from background work (integrity logs) while the
+    // translation editor may reload on the main thread.
+    mutable QReadWriteLock m_lock;
     QString m_language;
+    QString m_tablePath;
     QHash<QString, QString> m_localizationDictionary;
 };
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+class Document;
+
+/// A place in the archive's ownership chain: an archive object or the open
+/// archive itself. Changes climb from node to parent, one level per turn of
+/// the main event loop, and end in the archive being marked edited.
+class ChangeNode
+{
+public:
+    ChangeNode();
+    virtual ~ChangeNode();
+    ChangeNode(const ChangeNode&) = delete;
+    ChangeNode& operator=(const ChangeNode&) = delete;
+
+    /// Called when this node or something below it changed.
+    virtual void valuesChanged() = 0;
+    /// The open archive this node belongs to, or nullptr before parents are set.
+    virtual Document* document() const = 0;
+
+protected:
+    /// Schedules one valuesChanged() on target at the next turn of the main
+    /// event loop. Requests made before it runs are merged into it, so a burst
+    /// of changes reaches each level once.
+    static void scheduleValuesChanged(ChangeNode* target);
+
+private:
+    std::shared_ptr<bool> m_alive; ///< watched by scheduled requests, reset on destruction
+    std::atomic<bool> m_changeScheduled { false };
+};

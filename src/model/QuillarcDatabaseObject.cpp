@@ -1,0 +1,113 @@
+#include "model/QuillarcDatabaseObject.h"
+
+#include "text/KVLocalizationDictionary.h"
+
+#include <QUuid>
+
+ClassInfo::ClassInfo(const char* className, std::vector<FieldSpec> fields, ObjectPtr (*factory)())
+    : m_className(QString::fromLatin1(className))
+    , m_fields(std::move(fields))
+    , m_factory(factory)
+{
+    for (size_t i = 0; i < m_fields.size(); ++i)
+        m_index.insert(QString(m_fields[i].key), int(i));
+}
+
+QStringList ClassInfo::classChain() const
+{
+    return { m_className, QStringLiteral("QuillarcDatabaseObject"), QStringLiteral("NSObject") };
+}
+
+QuillarcDatabaseObject::QuillarcDatabaseObject(const ClassInfo& classInfo)
+    : m_classInfo(classInfo)
+    , m_values(classInfo.fields().size())
+{
+}
+
+QuillarcDatabaseObject::~QuillarcDatabaseObject() = default;
+
+Document* QuillarcDatabaseObject::document() const
+{
+    return m_parent ? m_parent->document() : nullptr;
+}
+
+void QuillarcDatabaseObject::valuesChanged()
+{
+    scheduleValuesChanged(m_parent);
+}
+
+Value QuillarcDatabaseObject::valueForKey(const QString& key) const
+{
+    const int index = m_classInfo.indexOf(key);
+    return index < 0 ? Value() : m_values[size_t(index)];
+}
+
+void QuillarcDatabaseObject::setValue(const QString& key, const Value& value)
+{
+    const int index = m_classInfo.indexOf(key);
+    if (index >= 0)
+        setValue(index, value);
+}
+
+void QuillarcDatabaseObject::setValue(int index, const Value& value)
+{
+    m_values[size_t(index)] = value;
+    valuesChanged();
+}
+
+void QuillarcDatabaseObject::setValueForKeyPath(const QString& keyPath, const Value& value)
+{
+    const qsizetype dot = keyPath.indexOf(QLatin1Char('.'));
+    if (dot < 0) {
+        setValue(keyPath, value);
+        return;
+    }
+    if (const ObjectPtr target = valueForKey(keyPath.left(dot)).toObject())
+        target->setValueForKeyPath(keyPath.mid(dot + 1), value);
+}
+
+void QuillarcDatabaseObject::applyDefaults()
+{
+    const auto& fields = m_classInfo.fields();
+    for (size_t i = 0; i < fields.size(); ++i) {
+        const FieldSpec& spec = fields[i];
+        Value& value = m_values[i];
+        switch (spec.defaultKind) {
+        case FieldDefault::Nil:
+            value = Value();
+            break;
+        case FieldDefault::NewUniqueID:
+            value = Value::string(newUniqueID());
+            break;
+        case FieldDefault::Now:
+            value = Value::date(Clock::now());
+            break;
+        case FieldDefault::EmptyString:
+            value = Value::string(QString(""));
+            break;
+        case FieldDefault::LocalizedString:
+            value = Value::string(localizedString(QString::fromUtf8(spec.text)));
+            break;
+        case FieldDefault::EmptyArray:
+            value = Value::array();
+            break;
+        case FieldDefault::EmptyDictionary:
+            value = Value::dictionary();
+            break;
+        case FieldDefault::Integer:
+            value = Value::integer(qint64(spec.number));
+            break;
+        case FieldDefault::Real:
+            value = Value::real(spec.number);
+            break;
+        case FieldDefault::Flag:
+            value = Value::boolean(spec.number != 0);
+            break;
+        }
+    }
+}
+
+QString QuillarcDatabaseObject::newUniqueID()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}

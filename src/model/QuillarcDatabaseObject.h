@@ -1,0 +1,125 @@
+#pragma once
+
+#include "model/ChangeNode.h"
+#include "model/Value.h"
+
+#include <QHash>
+#include <QLatin1StringView>
+
+#include <vector>
+
+/// How a field is filled when a new object is created.
+enum class FieldDefault : quint8 {
+    Nil,
+    NewUniqueID,     ///< a new UUID in text form
+    Now,             ///< the current moment
+    EmptyString,
+    LocalizedString, ///< the localized text of FieldSpec::text
+    EmptyArray,
+    EmptyDictionary,
+    Integer,         ///< FieldSpec::number as an integer
+    Real,            ///< FieldSpec::number as a 64-bit real
+    Flag,            ///< FieldSpec::number != 0
+};
+
+/// One row of a persisted class's field table: coding key, the kind of value
+/// the field holds, and its default. Coding, defaults and key-value access all
+/// run off these tables, in row order.
+struct FieldSpec
+{
+    QLatin1StringView key;
+    Value::Kind kind;
+    FieldDefault defaultKind;
+    double number = 0;
+    const char* text = nullptr;
+};
+
+class QuillarcDatabaseObject;
+
+/// Everything the store needs to know about one persisted class.
+class ClassInfo
+{
+public:
+    ClassInfo(const char* className, std::vector<FieldSpec> fields, ObjectPtr (*factory)());
+
+    QString className() const { return m_className; }
+    const std::vector<FieldSpec>& fields() const { return m_fields; }
+    /// Index of the field with this coding key, or -1.
+    int indexOf(const QString& key) const { return m_index.value(key, -1); }
+    /// A new object of the class with every field nil (for decoding).
+    ObjectPtr makeEmpty() const { return m_factory(); }
+
+    /// The class chain written into archives: own name, the base class, NSObject.
+    QStringList classChain() const;
+
+    /// Every persisted class, for decoding by class name.
+    static const ClassInfo* forClassName(const QString& name);
+
+private:
+    QString m_className;
+    std::vector<FieldSpec> m_fields;
+    QHash<QString, int> m_index;
+    ObjectPtr (*m_factory)();
+};
+
+/// Base of every persisted archive class. Fields live in a table-ordered
+/// list of values; typed accessors in the subclasses are thin wrappers.
+///
+/// Every change made through setValue() assigns and then calls
+/// valuesChanged(), which climbs the parent chain one level per event-loop
+/// turn up to the archive, which marks itself edited.
+class QuillarcDatabaseObject : public ChangeNode, public std::enable_shared_from_this<QuillarcDatabaseObject>
+{
+public:
+    explicit QuillarcDatabaseObject(const ClassInfo& classInfo);
+    ~QuillarcDatabaseObject() override;
+
+    const ClassInfo& classInfo() const { return m_classInfo; }
+
+    QString databaseObjectUniqueID() const { return m_values[0].toString(); }
+    ReferenceTime databaseObjectCreationDate() const { return m_values[1].toDate(); }
+
+    /// The open archive, asked of the parent; nullptr until parents are set.
+    Document* document() const override;
+
+    /// Default end of a change: passes it on to the parent at the next loop turn.
+    void valuesChanged() override;
+
+    /// The value stored under a coding key, or a derived value the class
+    /// offers under that key; nil for keys it does not know.
+    virtual Value valueForKey(const QString& key) const;
+    /// Assigns a field by coding key and reports the change. Unknown keys are ignored.
+    void setValue(const QString& key, const Value& value);
+    /// "a.b": setValue("b") on the object stored under "a".
+    void setValueForKeyPath(const QString& keyPath, const Value& value);
+    void checkAgainstNIL() {}
+
+    ChangeNode* parent() const { return m_parent; }
+    void setParent(ChangeNode* parent) { m_parent = parent; }
+
+    /// Raw field access by table index, without change reporting (decoding,
+    /// building objects that are not in an archive yet).
+    const Value& field(int index) const { return m_values[size_t(index)]; }
+    void setField(int index, const Value& value) { m_values[size_t(index)] = value; }
+    Value& mutableField(int index) { return m_values[size_t(index)]; }
+    /// Assigns by index and reports the change.
+    void setValue(int index, const Value& value);
+
+    /// Fills every field with its default (new objects).
+    void applyDefaults();
+
+    static QString newUniqueID();
+
+protected:
+    template<typename T> static ObjectPtr createWithDefaults()
+    {
+        auto object = std::make_shared<T>();
+        object->applyDefaults();
+        return object;
+    }
+
+private:
+    const ClassInfo& m_classInfo;
+    std::vector<Value> m_values;
+    ChangeNode* m_parent = nullptr;
+};

@@ -1,0 +1,192 @@
+#include "model/QuillarcDocument.h"
+
+#include "model/Logging.h"
+#include "model/QuillarcGroup.h"
+#include "model/QuillarcPreferences.h"
+#include "store/Document.h"
+#include "store/ExtendedAttributes.h"
+#include "store/PackageMember.h"
+#include "text/KVLocalizationDictionary.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QLocale>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QTimer>
+
+using K = Value::Kind;
+using D = FieldDefault;
+
+QuillarcDocument::QuillarcDocument()
+    : QuillarcDatabaseObject(staticClassInfo())
+{
+}
+
+const ClassInfo& QuillarcDocument::staticClassInfo()
+{
+    static const ClassInfo info("QuillarcDocument",
+        {
+            { QLatin1StringView("uniqueID"), K::String, D::NewUniqueID },
+            { QLatin1StringView("creationDate"), K::Date, D::Now },
+            { QLatin1StringView("fileDate"), K::Date, D::Now },
+            { QLatin1StringView("modificationDate"), K::Date, D::Now },
+            { QLatin1StringView("string"), K::String, D::EmptyString },
+            { QLatin1StringView("path"), K::String, D::EmptyString },
+            { QLatin1StringView("iconPath"), K::String, D::EmptyString },
+            { QLatin1StringView("name"), K::String, D::EmptyString },
+            { QLatin1StringView("title"), K::String, D::EmptyString },
+            { QLatin1StringView("extension"), K::String, D::EmptyString },
+            { QLatin1StringView("fileKind"), K::String, D::EmptyString },
+            { QLatin1StringView("fileType"), K::String, D::EmptyString },
+            { QLatin1StringView("slipNumber"), K::String, D::EmptyString },
+            { QLatin1StringView("contentString"), K::String, D::EmptyString },
+            { QLatin1StringView("fileSize"), K::Real, D::Real, 0.0 },
+            { QLatin1StringView("comment"), K::String, D::EmptyString },
+            { QLatin1StringView("note"), K::String, D::EmptyString },
+            { QLatin1StringView("dateAdded"), K::Date, D::Now },
+            { QLatin1StringView("documentColorTag"), K::Integer, D::Integer, 7 },
+            { QLatin1StringView("isLocked"), K::Bool, D::Flag, 0 },
+            { QLatin1StringView("tags"), K::Array, D::EmptyArray },
+            { QLatin1StringView("fileID"), K::String, D::EmptyString },
+            { QLatin1StringView("properties"), K::Dictionary, D::EmptyDictionary },
+        },
+        [] { return ObjectPtr(std::make_shared<QuillarcDocument>()); });
+    return info;
+}
+
+std::shared_ptr<QuillarcDocument> QuillarcDocument::create()
+{
+    return std::static_pointer_cast<QuillarcDocument>(createWithDefaults<QuillarcDocument>());
+}
+
+QStringList QuillarcDocument::tags() const
+{
+    QStringList result;
+    for (const Value& tag : field(Tags).toArray()) {
+        if (tag.kind() == Value::Kind::String)
+            result.append(tag.toString());
+    }
+    return result;
+}
+
+QuillarcGroup* QuillarcDocument::group() const
+{
+    return dynamic_cast<QuillarcGroup*>(parent());
+}
+
+bool QuillarcDocument::isFileLocked() const
+{
+    const QuillarcGroup* owner = group();
+    return isLocked() || (owner && owner->isLocked());
+}
+
+QString QuillarcDocument::extensionUppercase() const
+{
+    const QString ext = extension();
+    const QString shortened = ext.size() >= 6 ? ext.left(3) + localizedString(QStringLiteral("PRINTOUT_LOCALIZED_ELLIPSES")) : ext;
+    return shortened.toUpper();
+}
+
+QString QuillarcDocument::parentID() const
+{
+    const QuillarcGroup* owner = group();
+    return owner ? owner->databaseObjectUniqueID() : QString();
+}
+
+QString QuillarcDocument::shortFileDate() const
+{
+    if (field(FileDate).isNil())
+        return QString();
+    return QLocale().toString(Clock::toDateTime(fileDate()).date(), QLocale::ShortFormat);
+}
+
+QString QuillarcDocument::fileURL() const
+{
+    const Document* archive = document();
+    return archive ? PackageMember::resolve(archive->packagePath(), path()) : QString();
+}
+
+QString QuillarcDocument::imageURL() const
+{
+    const Document* archive = document();
+    return archive ? PackageMember::resolve(archive->packagePath(), iconPath()) : QString();
+}
+
+QByteArray QuillarcDocument::fileData() const
+{
+    return PackageMember::read(fileURL()).data;
+}
+
+QString QuillarcDocument::applicationSupportDirectory()
+{
+    const QString directory =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Quillarc");
+    QDir().mkpath(directory);
+    return directory;
+}
+
+QString QuillarcDocument::representationFileName() const
+{
+    return QStringLiteral("%1.%2").arg(name(), extension());
+}
+
+QString QuillarcDocument::fileRepresentationPath() const
+{
+    const QString target = applicationSupportDirectory() + QLatin1Char('/') + representationFileName();
+    if (QFile::exists(target))
+        return target;
+    QFile file(target);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(fileData());
+    file.close();
+
+    const Document* archive = document();
+    if (archive && archive->preferences() && archive->preferences()->writeFinderTags()) {
+        const QStringList tagList = tags();
+        QTimer::singleShot(180, QCoreApplication::instance(), [target, tagList] {
+            QString error;
+            if (!ExtendedAttributes::writeTags(target, tagList, &error)) {
+                qCWarning(lcQuillarc).noquote() << QStringLiteral("NSURLTagNamesKey.Error: %1").arg(error);
+                qCWarning(lcQuillarc).noquote() << "ERRORwritingTags!";
+            }
+        });
+    }
+    return target;
+}
+
+QString QuillarcDocument::previewItemURL() const
+{
+    const QString target = applicationSupportDirectory() + QLatin1Char('/') + representationFileName();
+    QSaveFile file(target);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(fileData());
+        file.commit();
+    }
+    return target;
+}
+
+Value QuillarcDocument::valueForKey(const QString& key) const
+{
+    if (key == QLatin1String("isFileLocked"))
+        return Value::boolean(isFileLocked());
+    if (key == QLatin1String("shortFileDate"))
+        return Value::string(shortFileDate());
+    if (key == QLatin1String("tagsAsString"))
+        return Value::string(tagsAsString());
+    if (key == QLatin1String("extensionUppercase"))
+        return Value::string(extensionUppercase());
+    if (key == QLatin1String("parentID"))
+        return Value::string(parentID());
+    return QuillarcDatabaseObject::valueForKey(key);
+}
+
+QString colorTagImageName(const Value& colorTag)
+{
+    static const char* const names[] = { "redDot", "orangeDot", "yellowDot", "greenDot", "blueDot", "purpleDot", "grayDot" };
+    if (!colorTag.isNumber())
+        return QStringLiteral("noDot");
+    const qint64 tag = colorTag.toInteger();
+    return tag >= 0 && tag < 7 ? QString::fromLatin1(names[tag]) : QStringLiteral("noDot");
+}

@@ -1,0 +1,408 @@
+#include "store/Document.h"
+
+#include "model/Logging.h"
+#include "model/QuillarcContainer.h"
+#include "model/QuillarcDocument.h"
+#include "model/QuillarcGroup.h"
+#include "model/QuillarcPreferences.h"
+#include "store/Fingerprint.h"
+#include "store/KeyedArchiver.h"
+#include "store/KeyedUnarchiver.h"
+#include "text/KVLocalizationDictionary.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSet>
+#include <QSysInfo>
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace {
+const QString versionErrorDomain = QStringLiteral("NSVarrowDomain");
+
+QString key(const char* text)
+{
+    return QString::fromLatin1(text);
+}
+
+/// Flushes a folder's entry list to disk, so a rename inside it survives a crash.
+void syncDirectory(const QString& path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+} // namespace
+
+QString DocumentError::text() const
+{
+    QStringList parts;
+    for (const QString& part : { localizedDescription, localizedFailureReason, localizedRecoverySuggestion }) {
+        if (!part.isEmpty())
+            parts.append(part);
+    }
+    return parts.join(QLatin1Char(' '));
+}
+
+Document::Document(QObject* parent)
+    : QObject(parent)
+{
+}
+
+Document::~Document()
+{
+    // Objects may outlive the archive (a copy held by a list); they must not reach back.
+    if (m_container)
+        m_container->setParent(nullptr);
+    if (m_preferences)
+        m_preferences->setParent(nullptr);
+}
+
+QString Document::packagePathFor(const QString& path)
+{
+    QString clean = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    if (QFileInfo(clean).fileName() == QLatin1String(databaseName) && QFileInfo(clean).isFile())
+        clean = QFileInfo(clean).absolutePath();
+    return clean;
+}
+
+QString Document::currentHostText()
+{
+    QString fullName;
+    QString login;
+    if (const passwd* entry = getpwuid(getuid())) {
+        login = QString::fromLocal8Bit(entry->pw_name);
+        // The full name is the first comma-separated field of the comment.
+        fullName = QString::fromLocal8Bit(entry->pw_gecos).section(QLatin1Char(','), 0, 0).trimmed();
+    }
+    if (fullName.isEmpty())
+        fullName = login.isEmpty() ? qEnvironmentVariable("USER") : login;
+    return QStringLiteral("%1 (%2)").arg(QSysInfo::machineHostName(), fullName);
+}
+
+Document::ReadResult Document::readFromFileWrapper(const QString& path, const QString& type, DocumentError* error,
+    OpenMode mode)
+{
+    if (type != QLatin1String(typeName))
+        return ReadResult::WrongType;
+
+    const QString package = packagePathFor(path);
+    auto damaged = [&](const QString& reason) {
+        *error = { QStringLiteral("QuillarcDomain"), 1, localizedString(key("DOCUMENT_OPEN_ERROR.")), reason, QString() };
+        return ReadResult::Failed;
+    };
+    if (!QFileInfo(package).isDir())
+        return damaged(QStringLiteral("“%1” is not a Quillarc archive (no such folder).").arg(package));
+    QFile databaseFile(QDir(package).filePath(QLatin1String(databaseName)));
+    if (!databaseFile.exists())
+        return damaged(QStringLiteral("“%1” is not a Quillarc archive (it holds no %2).").arg(package, QLatin1String(databaseName)));
+    if (!databaseFile.open(QIODevice::ReadOnly))
+        return damaged(QStringLiteral("%1 cannot be read: %2").arg(databaseFile.fileName(), databaseFile.errorString()));
+
+    QString decodeError;
+    const Value database = KeyedUnarchiver::unarchiveObjectWithData(databaseFile.readAll(), &decodeError);
+    if (database.kind() != Value::Kind::Dictionary) {
+        return damaged(QStringLiteral("%1 is damaged: %2")
+                           .arg(databaseFile.fileName(), decodeError.isEmpty() ? QStringLiteral("no database dictionary") : decodeError));
+    }
+    const ValueMap& entries = database.toDictionary();
+
+    if (entries.value(QStringLiteral("db_version")).toReal() > 2.0) {
+        *error = { versionErrorDomain, -57, localizedString(key("DOCUMENT_OPEN_ERROR.")),
+            localizedString(key("APP_VERSION_TOO_OLD_ALERT")), localizedString(key("PLEASE_UPDATE_TO_LATEST_HINT")) };
+        return ReadResult::Failed;
+    }
+
+    const Value kind = entries.value(QStringLiteral("db_kind"));
+    if (kind.isNumber() && kind.toInteger() == 0)
+        m_isTessary = false;
+    else if (kind.isNumber() && kind.toInteger() == 3)
+        m_isTessary = true;
+
+    m_isAlreadyOpen = entries.value(QStringLiteral("isAlreadyOpen")).toBool();
+    m_host = entries.value(QStringLiteral("host")).toString();
+    bool markEdited = false;
+    if (!m_isTessary && mode == OpenMode::ReadWrite) {
+        const QString currentHost = currentHostText();
+        if (!m_isAlreadyOpen) {
+            m_host = currentHost;
+            m_isAlreadyOpen = true;
+            markEdited = true;
+        } else if (m_host != currentHost) {
+            const QString message = QStringLiteral("%1\"%2\"\n\n%3")
+                                        .arg(localizedString(key("DOCUMENT_OPEN_CHECK_ALERT_PART_1")), m_host,
+                                            localizedString(key("DOCUMENT_OPEN_CHECK_ALERT_PART_2")));
+            const DocumentError prepared { versionErrorDomain, -57, localizedString(key("Warning!")), message, QString() };
+            const OpenElsewhereQuestion::Answer answer = m_question
+                ? m_question->askOpenElsewhere(localizedString(key("Warning!")), message, localizedString(key("Quit_App")),
+                    localizedString(QStringLiteral("Continue…")))
+                : OpenElsewhereQuestion::Quit;
+            if (answer == OpenElsewhereQuestion::Quit) {
+                *error = prepared;
+                return ReadResult::QuitRequested;
+            }
+            m_host = currentHost;
+            m_isAlreadyOpen = true;
+            markEdited = true;
+        }
+    }
+
+    const Value companyData = entries.value(QStringLiteral("companyData"));
+    m_clientData = companyData.toData();
+    m_container.reset();
+    if (companyData.kind() == Value::Kind::Data) {
+        const Value company = KeyedUnarchiver::unarchiveObjectWithData(m_clientData, &decodeError);
+        if (company.isNil() && !m_clientData.isEmpty())
+            return damaged(QStringLiteral("The archive's records are damaged: %1").arg(decodeError));
+        m_container = company.toDictionary().value(QStringLiteral("container")).toObjectOf<QuillarcContainer>();
+    } else if (!companyData.isNil()) {
+        qCWarning(lcQuillarc).noquote() << "companyData is not data; the archive has no records";
+    }
+
+    m_companyString = entries.value(QStringLiteral("companyString")).toString();
+    m_preferences = entries.value(QStringLiteral("preferences")).toObjectOf<QuillarcPreferences>();
+    m_indexDictionary = entries.value(QStringLiteral("indexDictionary"));
+    m_isInitialDataCreated = entries.value(QStringLiteral("isInitialDataCreated")).toBool();
+    m_packagePath = package;
+
+    if (markEdited)
+        updateChangeCount();
+    return ReadResult::Success;
+}
+
+void Document::setUpAfterReading(const QString& packagePath)
+{
+    m_string = Fingerprint::salt();
+    m_deleteIDSArray.clear();
+    if (m_isInitialDataCreated && m_preferences) {
+        // The preferences have no parent yet, so this does not mark the archive edited.
+        m_preferences->setValue(QuillarcPreferences::ValidationPosssible, Value::boolean(true));
+    } else {
+        createInitialData();
+    }
+    // A damaged database may lack either object; the archive still needs both.
+    if (!m_container)
+        m_container = QuillarcContainer::create();
+    if (!m_preferences)
+        m_preferences = QuillarcPreferences::create();
+    if (m_indexDictionary.kind() != Value::Kind::Dictionary)
+        m_indexDictionary = Value::dictionary();
+    m_isDataLoaded = true;
+    if (!packagePath.isEmpty())
+        m_packagePath = packagePathFor(packagePath);
+    if (!m_packagePath.isEmpty())
+        checkForFilesWrappers();
+    setParents();
+    clearChangeCount();
+}
+
+void Document::createInitialData()
+{
+    m_container = QuillarcContainer::create();
+    m_preferences = QuillarcPreferences::create();
+    m_indexDictionary = Value::dictionary();
+    m_isInitialDataCreated = true;
+}
+
+bool Document::checkForFilesWrappers()
+{
+    return checkForFilesWrapper();
+}
+
+bool Document::checkForFilesWrapper()
+{
+    if (m_packagePath.isEmpty())
+        return false;
+    return QDir().mkpath(filesPath());
+}
+
+QString Document::filesPath() const
+{
+    return m_packagePath.isEmpty() ? QString() : QDir(m_packagePath).filePath(QLatin1String(filesName));
+}
+
+void Document::setParents()
+{
+    if (m_preferences)
+        m_preferences->setParent(this);
+    if (!m_container)
+        return;
+    m_container->setParent(this);
+    for (const GroupPtr& group : m_container->groups()) {
+        group->setParent(m_container.get());
+        for (const DocumentPtr& document : group->documents())
+            document->setParent(group.get());
+    }
+}
+
+void Document::deleteFiles()
+{
+    if (m_deleteIDSArray.isEmpty() || !checkForFilesWrapper())
+        return;
+    const QDir files(filesPath());
+    for (const QString& uniqueID : std::as_const(m_deleteIDSArray)) {
+        // Only plain names of folders directly inside Files/ are ever removed.
+        if (uniqueID.isEmpty() || uniqueID.contains(QLatin1Char('/')) || uniqueID == QLatin1String("..")
+            || uniqueID == QLatin1String("."))
+            continue;
+        QDir member(files.filePath(uniqueID));
+        if (member.exists())
+            member.removeRecursively();
+    }
+}
+
+void Document::saveSelectionIndexes()
+{
+    if (!m_selectionProvider)
+        return;
+    const auto [groups, documents] = m_selectionProvider();
+    ValueMap& entries = m_indexDictionary.mutableDictionary();
+    entries.insert(QStringLiteral("documentsSelection"), Value::integer(documents < 0 ? notFound : documents));
+    entries.insert(QStringLiteral("groupsSelection"), Value::integer(groups < 0 ? notFound : groups));
+}
+
+Value Document::fileWrapperOfType()
+{
+    if (m_preferences && !m_preferences->isFirstSaveDone())
+        m_preferences->setField(QuillarcPreferences::IsFirstSaveDone, Value::boolean(true));
+    checkForFilesWrapper();
+    saveSelectionIndexes();
+    deleteFiles();
+
+    ValueMap company;
+    company.insert(QStringLiteral("container"), Value::object(m_container));
+    const QByteArray companyData = KeyedArchiver::archivedDataWithRootObject(Value::dictionary(company, false));
+
+    ValueMap database;
+    database.insert(QStringLiteral("db_version"), Value::real(2.0, true));
+    database.insert(QStringLiteral("db_kind"), Value::integer(0));
+    database.insert(QStringLiteral("isInitialDataCreated"), Value::boolean(m_isInitialDataCreated));
+    database.insert(QStringLiteral("isAlreadyOpen"), Value::boolean(m_isAlreadyOpen));
+    database.insert(QStringLiteral("host"), Value::string(m_host));
+    database.insert(QStringLiteral("companyData"), Value::data(companyData));
+    database.insert(QStringLiteral("companyString"), Value::string(Fingerprint::saltedFingerprint(companyData, Fingerprint::salt())));
+    database.insert(QStringLiteral("preferences"), Value::object(m_preferences));
+    database.insert(QStringLiteral("indexDictionary"),
+        m_indexDictionary.kind() == Value::Kind::Dictionary ? m_indexDictionary : Value::dictionary());
+    return Value::dictionary(database, false);
+}
+
+bool Document::writeDatabase(const QByteArray& bytes, QString* error)
+{
+    // Written beside the old database, synced, then renamed over it: a crash
+    // leaves either the old or the new database, never a mixture.
+    QSaveFile file(QDir(m_packagePath).filePath(QLatin1String(databaseName)));
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        if (error)
+            *error = file.errorString();
+        return false;
+    }
+    syncDirectory(m_packagePath);
+    return true;
+}
+
+bool Document::save(QString* error)
+{
+    return saveToPath(m_packagePath, error);
+}
+
+bool Document::saveToPath(const QString& packagePath, QString* error)
+{
+    QString message;
+    if (packagePath.isEmpty()) {
+        message = QStringLiteral("the archive has no location yet");
+    } else {
+        m_packagePath = packagePathFor(packagePath);
+        if (!QDir().mkpath(m_packagePath))
+            message = QStringLiteral("cannot create %1").arg(m_packagePath);
+    }
+    if (message.isEmpty()) {
+        const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(fileWrapperOfType());
+        writeDatabase(bytes, &message);
+    }
+    if (m_preferences && !m_preferences->isFirstSaveDone())
+        m_preferences->setField(QuillarcPreferences::IsFirstSaveDone, Value::boolean(true));
+    if (!message.isEmpty()) {
+        qCWarning(lcQuillarc).noquote() << QStringLiteral("ERROR SAVING: %1").arg(message);
+        if (error)
+            *error = message;
+        return false;
+    }
+    clearChangeCount();
+    return true;
+}
+
+bool Document::close(QString* error)
+{
+    m_isAlreadyOpen = false;
+    m_host = QString("");
+    if (m_preferences)
+        m_preferences->setValue(QuillarcPreferences::ValidationPosssible, Value::boolean(true));
+    return save(error);
+}
+
+QList<GroupPtr> Document::allGroups() const
+{
+    return m_container ? m_container->groups() : QList<GroupPtr>();
+}
+
+QList<DocumentPtr> Document::allDocuments() const
+{
+    QList<DocumentPtr> documents;
+    for (const GroupPtr& group : allGroups())
+        documents.append(group->documents());
+    return documents;
+}
+
+DocumentPtr Document::itemForID(const QString& uniqueID) const
+{
+    for (const GroupPtr& group : allGroups()) {
+        for (const DocumentPtr& document : group->documents()) {
+            if (document->uniqueID() == uniqueID)
+                return document;
+        }
+    }
+    return nullptr;
+}
+
+QList<ValueMap> Document::allFileKinds() const
+{
+    QList<ValueMap> kinds;
+    QSet<QString> seen;
+    for (const DocumentPtr& document : allDocuments()) {
+        const QString kind = document->fileKind();
+        if (kind.isEmpty() || seen.contains(kind))
+            continue;
+        seen.insert(kind);
+        kinds.append(ValueMap { { QStringLiteral("fileKind"), Value::string(kind) } });
+    }
+    return kinds;
+}
+
+void Document::updateChangeCount()
+{
+    const bool wasEdited = isDocumentEdited();
+    ++m_changeCount;
+    if (!wasEdited)
+        Q_EMIT editedChanged(true);
+}
+
+void Document::clearChangeCount()
+{
+    const bool wasEdited = isDocumentEdited();
+    m_changeCount = 0;
+    if (wasEdited)
+        Q_EMIT editedChanged(false);
+}
+
+void Document::setIntegrityString(const QString& text)
+{
+    m_integrityString = text;
+    Q_EMIT integrityStringChanged(text);
+}

@@ -1,0 +1,162 @@
+#pragma once
+
+#include "model/ChangeNode.h"
+#include "model/Value.h"
+
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+
+class QuillarcContainer;
+class QuillarcDocument;
+class QuillarcGroup;
+class QuillarcPreferences;
+using ContainerPtr = std::shared_ptr<QuillarcContainer>;
+using PreferencesPtr = std::shared_ptr<QuillarcPreferences>;
+using GroupPtr = std::shared_ptr<QuillarcGroup>;
+using DocumentPtr = std::shared_ptr<QuillarcDocument>;
+
+/// A failure to open an archive, with the three texts shown to the user.
+struct DocumentError
+{
+    QString domain;
+    int code = 0;
+    QString localizedDescription;
+    QString localizedFailureReason;
+    QString localizedRecoverySuggestion;
+
+    bool isNull() const { return domain.isEmpty(); }
+    /// Description, reason and suggestion joined for a log line or a terminal.
+    QString text() const;
+};
+
+/// Asks the user whether to open an archive that another computer or user
+/// has marked open. The application answers with an alert, the command line
+/// with its options.
+class OpenElsewhereQuestion
+{
+public:
+    enum Answer { Quit, Continue };
+    virtual ~OpenElsewhereQuestion() = default;
+    virtual Answer askOpenElsewhere(const QString& title, const QString& message, const QString& quitButton,
+        const QString& continueButton) = 0;
+};
+
+/// The open archive: the package on disk, the object tree read from its
+/// database, the open mark and the state saving needs.
+///
+/// A package is a directory "NAME.quillarc" holding the database
+/// "Quillarc.qldb" and "Files/<uniqueID>/" for every archived file. Saving
+/// rewrites only the database, atomically, and removes the folders of deleted
+/// documents; archived members are never rewritten, so their stored
+/// fingerprints stay valid.
+class Document : public QObject, public ChangeNode
+{
+    Q_OBJECT
+
+public:
+    static constexpr const char* typeName = "Quillarc Document";
+    static constexpr const char* databaseName = "Quillarc.qldb";
+    static constexpr const char* filesName = "Files";
+    static constexpr qint64 notFound = 0x7fffffffffffffffLL; ///< selection index of "nothing selected"
+
+    enum class ReadResult { Success, WrongType, Failed, QuitRequested };
+    /// ReadOnly leaves the open mark alone: for commands that only look.
+    enum class OpenMode { ReadWrite, ReadOnly };
+
+    explicit Document(QObject* parent = nullptr);
+    ~Document() override;
+
+    /// The package folder for a path naming the package or its database file.
+    static QString packagePathFor(const QString& path);
+    /// "computer (full user name)": who holds an archive open.
+    static QString currentHostText();
+
+    void setOpenElsewhereQuestion(OpenElsewhereQuestion* question) { m_question = question; }
+
+    ReadResult readFromFileWrapper(const QString& path, const QString& type, DocumentError* error,
+        OpenMode mode = OpenMode::ReadWrite);
+    /// The store's steps of setting up a window for the archive: salt, empty
+    /// deletion list, validation allowed for archives made before, initial
+    /// data for new ones, files folder, parents, change count cleared.
+    void setUpAfterReading(const QString& packagePath = QString());
+
+    /// Saves to the package path (the first save needs saveToPath()).
+    bool save(QString* error = nullptr);
+    bool saveToPath(const QString& packagePath, QString* error = nullptr);
+    /// The database dictionary as saving writes it (steps before the file write).
+    Value fileWrapperOfType();
+
+    /// Clears the open mark, allows validation and saves: closing a window.
+    bool close(QString* error = nullptr);
+
+    void createInitialData();
+    bool checkForFilesWrappers();
+    bool checkForFilesWrapper();
+    void setParents();
+    void deleteFiles();
+    void saveSelectionIndexes();
+    /// Supplies the selected rows (groups, documents; -1 for none) when saving.
+    void setSelectionProvider(std::function<std::pair<qint64, qint64>()> provider) { m_selectionProvider = std::move(provider); }
+
+    QList<GroupPtr> allGroups() const;
+    QList<DocumentPtr> allDocuments() const;
+    DocumentPtr itemForID(const QString& uniqueID) const;
+    /// Distinct file kinds, each as {"fileKind": kind}, for the search filters.
+    QList<ValueMap> allFileKinds() const;
+
+    // ChangeNode: the end of every change chain.
+    void valuesChanged() override { updateChangeCount(); }
+    Document* document() const override { return const_cast<Document*>(this); }
+
+    void updateChangeCount();
+    void clearChangeCount();
+    bool isDocumentEdited() const { return m_changeCount > 0; }
+
+    QString packagePath() const { return m_packagePath; }
+    QString filesPath() const;
+    ContainerPtr container() const { return m_container; }
+    PreferencesPtr preferences() const { return m_preferences; }
+    const Value& indexDictionary() const { return m_indexDictionary; }
+    bool isInitialDataCreated() const { return m_isInitialDataCreated; }
+    bool isAlreadyOpen() const { return m_isAlreadyOpen; }
+    QString host() const { return m_host; }
+    QByteArray clientData() const { return m_clientData; }
+    QString companyString() const { return m_companyString; }
+    /// The fingerprint salt, formed at set-up.
+    QString string() const { return m_string; }
+    bool isTessary() const { return m_isTessary; }
+    bool isDataLoaded() const { return m_isDataLoaded; }
+    QStringList deleteIDSArray() const { return m_deleteIDSArray; }
+    void addToDeleteIDSArray(const QString& uniqueID) { m_deleteIDSArray.append(uniqueID); }
+
+    /// The state line of the last integrity validation.
+    QString integrityString() const { return m_integrityString; }
+    void setIntegrityString(const QString& text);
+
+Q_SIGNALS:
+    void editedChanged(bool edited);
+    void integrityStringChanged(const QString& text);
+
+private:
+    bool writeDatabase(const QByteArray& bytes, QString* error);
+
+    QString m_packagePath;
+    ContainerPtr m_container;
+    PreferencesPtr m_preferences;
+    Value m_indexDictionary;
+    bool m_isInitialDataCreated = false;
+    bool m_isAlreadyOpen = false;
+    QString m_host;
+    QByteArray m_clientData;
+    QString m_companyString;
+    QString m_string;
+    bool m_isTessary = false;
+    bool m_isDataLoaded = false;
+    QStringList m_deleteIDSArray;
+    QString m_integrityString;
+    int m_changeCount = 0;
+    OpenElsewhereQuestion* m_question = nullptr;
+    std::function<std::pair<qint64, qint64>()> m_selectionProvider;
+};

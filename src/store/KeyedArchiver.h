@@ -1,0 +1,36 @@
+#pragma once
+
+#include "model/Value.h"
+#include "store/BinaryPlistWriter.h"
+
+#include <QHash>
+
+/// Encodes a value tree as a keyed archive in a binary property list, the way
+/// the reference archiver lays it out: "$archiver", "$version" 100000,
+/// "$top" {"root": UID}, "$objects" starting with "$null", one class
+/// description per class, nil as UID 0. Texts, numbers and bytes sit inline in
+/// "$objects"; dates, lists, dictionaries and archive objects are object
+/// records. An archive object referenced twice is stored once.
+class KeyedArchiver
+{
+public:
+    static QByteArray archivedDataWithRootObject(const Value& root);
+
+private:
+    using Ref = BinaryPlistWriter::Ref;
+
+    quint64 encode(const Value& value);
+    quint64 appendSlot(Ref ref);
+    quint64 reserveSlot();
+    quint64 classUid(const QString& className, const QStringList& chain);
+    void finishRecord(quint64 uid, std::vector<Ref>& keys, std::vector<Ref>& values, const QString& className,
+        const QStringList& chain);
+    QByteArray finish(quint64 rootUid);
+
+    BinaryPlistWriter m_writer;
+    std::vector<Ref> m_objects;
+    QHash<const void*, quint64> m_objectUids;
+    QHash<QString, quint64> m_classUids;
+    QHash<QString, quint64> m_stringUids;
+    QHash<quint64, quint64> m_numberUids[4]; ///< bool, integer, real32, real64 by bits
+};

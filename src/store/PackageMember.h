@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// An archived file member: a keyed archive of a dictionary holding the
+/// file's bytes exactly as taken in ("data") and its two images
+/// ("quickLook", "fileIcon"). Members are written once and never rewritten.
+class PackageMember
+{
+public:
+    enum class Status { Ok, Missing, Undecodable };
+
+    struct Contents
+    {
+        Status status = Status::Missing;
+        QByteArray data;
+        QByteArray quickLook;
+        QByteArray fileIcon;
+        bool hasData = false; ///< the archive holds a "data" entry
+    };
+
+    /// The absolute location of a package-relative path, or "" when it would
+    /// lead outside the package (absolute paths, "..", links pointing out).
+    /// An empty relative path names the package itself.
+    static QString resolve(const QString& packagePath, const QString& relativePath);
+
+    /// Reads and decodes a member; the status tells missing from undecodable.
+    static Contents read(const QString& memberPath);
+
+    /// The salted fingerprint of a member's "data", hashed straight from the
+    /// mapped file so that no second copy of a large member is made. A member
+    /// that decodes but holds no "data" gives a null fingerprint.
+    static Status fingerprint(const QString& memberPath, const QString& salt, QString* fingerprint);
+
+    static QByteArray encode(const QByteArray& data, const QByteArray& quickLook, const QByteArray& fileIcon);
+};
