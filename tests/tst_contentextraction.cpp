@@ -303,6 +303,27 @@ private Q_SLOTS:
         QVERIFY(ImageLoader::load(file).isNull());
     }
 
+    void readerExtensionsGoToTheirReaders_data()
+    {
+        QTest::addColumn<QString>("extension");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("txt") << "txt" << QByteArray("Gr\xc3\xbc\xc3\x9f\x65\r\nline two") << "Grüße\r\nline two";
+        QTest::newRow("eml") << "eml" << QByteArray("Subject: Invoice\n\nBody") << "Subject: Invoice\n\nBody";
+        QTest::newRow("html") << "html" << QByteArray("<html><body><p>Hello <b>web</b></p></body></html>")
+                              << "Hello web";
+        QTest::newRow("TXT") << "TXT" << QByteArray("upper-case extensions are not read") << "";
+    }
+    void readerExtensionsGoToTheirReaders()
+    {
+        QFETCH(QString, extension);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
+        const QString file = path(QStringLiteral("reader.") + extension);
+        QVERIFY(writeFile(file, bytes));
+        QCOMPARE(contenStringFromURL(file, extension, {}), text);
+    }
+
     void extensionsMatchCaseSensitively_data()
     {
         QTest::addColumn<QString>("extension");
