@@ -14,7 +14,6 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-
 #include <ctime>
 
 namespace {
@@ -99,7 +98,7 @@ bool writeTextPdf(const QString& path, int pages)
         if (page > 0)
             writer.newPage();
         painter.drawText(QRectF(56, 56, 483, 730), Qt::TextWordWrap,
-                         QStringLiteral("Page %1\n\n").arg(page + 1) + kParagraph.repeated(8));
+            QStringLiteral("Page %1\n\n").arg(page + 1) + kParagraph.repeated(8));
     }
     return painter.end();
 }
@@ -125,9 +124,8 @@ int main(int argc, char** argv)
         truth += words(kParagraph);
 
     std::printf("Text recognition, A4 page at 300 dpi (%dx%d), %d runs, medians\n", page.width(), page.height(), runs);
-    std::printf("  OMP_THREAD_LIMIT=%s\n", qEnvironmentVariableIsSet("OMP_THREAD_LIMIT")
-                                              ? qgetenv("OMP_THREAD_LIMIT").constData()
-                                              : "(unset)");
+    std::printf("  OMP_THREAD_LIMIT=%s\n",
+        qEnvironmentVariableIsSet("OMP_THREAD_LIMIT") ? qgetenv("OMP_THREAD_LIMIT").constData() : "(unset)");
     for (const bool accurate : { true, false }) {
         ExtractionOptions options;
         options.ocrLanguageKind = 1;
@@ -146,8 +144,7 @@ int main(int argc, char** argv)
             cpu.append(cpuMs() - cpuStart);
         }
         std::printf("  %-9s %7.0f ms/page wall, %7.0f ms CPU (first call %5.0f ms wall), words found %5.1f %%\n",
-                    accurate ? "accurate" : "fast", bench::median(times), bench::median(cpu), first,
-                    wordRecall(text, truth));
+            accurate ? "accurate" : "fast", bench::median(times), bench::median(cpu), first, wordRecall(text, truth));
     }
 
     const QString tesseract = QStandardPaths::findExecutable(QStringLiteral("tesseract"));
@@ -155,7 +152,7 @@ int main(int argc, char** argv)
         std::printf("  tesseract command-line program not found\n");
     } else {
         const QStringList cliArguments { pagePath, dir.filePath(QStringLiteral("cli")), QStringLiteral("-l"),
-                                         QStringLiteral("eng") };
+            QStringLiteral("eng") };
         QList<double> times;
         QList<double> cpu;
         for (int run = 0; run < runs; ++run) {
@@ -165,8 +162,8 @@ int main(int argc, char** argv)
         }
         QFile out(dir.filePath(QStringLiteral("cli.txt")));
         const QString cliText = out.open(QIODevice::ReadOnly) ? QString::fromUtf8(out.readAll()) : QString();
-        std::printf("  %-9s %7.0f ms/page wall, %7.0f ms CPU (whole process), words found %5.1f %%\n",
-                    "tesseract", bench::median(times), bench::median(cpu), wordRecall(cliText, truth));
+        std::printf("  %-9s %7.0f ms/page wall, %7.0f ms CPU (whole process), words found %5.1f %%\n", "tesseract",
+            bench::median(times), bench::median(cpu), wordRecall(cliText, truth));
     }
 
     const QString pdfPath = dir.filePath(QStringLiteral("hundred.pdf"));
@@ -187,6 +184,6 @@ int main(int argc, char** argv)
     }
     std::printf("PDF text layer, 100 pages: %.0f ms wall, %.0f ms CPU (median of %lld), %lld characters, "
                 "target under 500 ms\n",
-                bench::median(times), bench::median(cpu), qlonglong(times.size()), qlonglong(characters));
+        bench::median(times), bench::median(cpu), qlonglong(times.size()), qlonglong(characters));
     return 0;
 }

@@ -9,7 +9,6 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QString>
-
 #include <cstdio>
 
 namespace {
@@ -117,7 +116,8 @@ int main(int argc, char** argv)
 {
     QGuiApplication app(argc, argv);
     const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("resources/images");
-    const struct {
+    const struct
+    {
         const char* name;
         QImage image;
     } images[] = {

@@ -13,9 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
-
 #include <functional>
-
 #include <libheif/heif.h>
 
 namespace {
@@ -154,8 +152,7 @@ private Q_SLOTS:
             painter.setFont(textFont(12));
             painter.drawText(QPointF(72, 100), QStringLiteral("Page %1").arg(page + 1));
         }));
-        QCOMPARE(contenStringFromURL(file, QStringLiteral("pdf"), {}),
-                 QStringLiteral("Page 1\nPage 2\nPage 3"));
+        QCOMPARE(contenStringFromURL(file, QStringLiteral("pdf"), {}), QStringLiteral("Page 1\nPage 2\nPage 3"));
     }
 
     void germanTextLayerIsKept()
@@ -176,7 +173,8 @@ private Q_SLOTS:
             painter.setFont(textFont(12));
             painter.drawText(QPointF(72, 60), QStringLiteral("-- ... --"));
             QPainterPath outline;
-            outline.addText(QPointF(72, 200), textFont(40), page == 0 ? QStringLiteral("SCANNED") : QStringLiteral("LATER"));
+            outline.addText(
+                QPointF(72, 200), textFont(40), page == 0 ? QStringLiteral("SCANNED") : QStringLiteral("LATER"));
             painter.fillPath(outline, Qt::black);
         }));
         const QString text = contenStringFromURL(file, QStringLiteral("pdf"), {});
@@ -269,16 +267,24 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<bool>("reportsNoBitmap");
         QTest::addColumn<bool>("refusesSize");
-        const QByteArray junk("%PDF-1.4\n1 0 obj << /Type /Catalog /Pages 9 0 R >> endobj\ntrailer << /Root 1 0 R >>\n");
-        QTest::newRow("empty pdf") << "empty.pdf" << "pdf" << QByteArray() << false << false;
-        QTest::newRow("damaged pdf") << "damaged.pdf" << "pdf" << junk << false << false;
-        QTest::newRow("empty png") << "empty.png" << "png" << QByteArray() << true << false;
-        QTest::newRow("text named jpg") << "note.jpg" << "jpg" << QByteArray("not a picture") << true << false;
-        QTest::newRow("png claiming 100000 x 100000") << "huge.png" << "png" << pngHeaderClaiming(100000, 100000)
-                                                      << true << true;
-        QTest::newRow("heic that is not") << "fake.heic" << "heic" << QByteArray("ftypheic") << true << false;
-        QTest::newRow("unknown extension") << "data.xyz" << "xyz" << QByteArray("Plain words") << false << false;
-        QTest::newRow("no extension") << "README" << "" << QByteArray("Plain words") << false << false;
+        const QByteArray junk(
+            "%PDF-1.4\n1 0 obj << /Type /Catalog /Pages 9 0 R >> endobj\ntrailer << /Root 1 0 R >>\n");
+        QTest::newRow("empty pdf") << "empty.pdf"
+                                   << "pdf" << QByteArray() << false << false;
+        QTest::newRow("damaged pdf") << "damaged.pdf"
+                                     << "pdf" << junk << false << false;
+        QTest::newRow("empty png") << "empty.png"
+                                   << "png" << QByteArray() << true << false;
+        QTest::newRow("text named jpg") << "note.jpg"
+                                        << "jpg" << QByteArray("not a picture") << true << false;
+        QTest::newRow("png claiming 100000 x 100000") << "huge.png"
+                                                      << "png" << pngHeaderClaiming(100000, 100000) << true << true;
+        QTest::newRow("heic that is not") << "fake.heic"
+                                          << "heic" << QByteArray("ftypheic") << true << false;
+        QTest::newRow("unknown extension") << "data.xyz"
+                                           << "xyz" << QByteArray("Plain words") << false << false;
+        QTest::newRow("no extension") << "README"
+                                      << "" << QByteArray("Plain words") << false << false;
     }
     void unreadableInputGivesEmptyText()
     {

@@ -138,7 +138,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("name");
         for (const char* name : { "Error", "attachment_table_Template", "genericDocument", "redDot", "orangeDot",
-                                  "yellowDot", "greenDot", "blueDot", "purpleDot", "grayDot", "noDot" })
+                 "yellowDot", "greenDot", "blueDot", "purpleDot", "grayDot", "noDot" })
             QTest::newRow(name) << QString::fromLatin1(name);
     }
     void bundledImagesArePresent()

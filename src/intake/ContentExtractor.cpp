@@ -25,7 +25,7 @@ bool holdsLetterOrDigit(const QString& text)
 bool isImageExtension(const QString& extension)
 {
     static const QStringList extensions { QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
-                                          QStringLiteral("tif"), QStringLiteral("tiff"), QStringLiteral("heic") };
+        QStringLiteral("tif"), QStringLiteral("tiff"), QStringLiteral("heic") };
     return extensions.contains(extension);
 }
 

@@ -5,9 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-
 #include <libheif/heif.h>
-
 #include <memory>
 
 namespace {
@@ -75,10 +73,11 @@ QImage read(const QString& path, const QSize& bounds)
     // Formats that cannot tell their size up front are decoded under Qt's own
     // allocation limit, set by the caller of load().
     if (size.isValid() && !sizeAllowed(size)) {
-        qCWarning(lcQuillarc, "%s", qPrintable(QStringLiteral("SKIP IMAGE %1: %2 x %3 pixels")
-                                                   .arg(QFileInfo(path).fileName())
-                                                   .arg(size.width())
-                                                   .arg(size.height())));
+        qCWarning(lcQuillarc, "%s",
+            qPrintable(QStringLiteral("SKIP IMAGE %1: %2 x %3 pixels")
+                           .arg(QFileInfo(path).fileName())
+                           .arg(size.width())
+                           .arg(size.height())));
         return {};
     }
     if (bounds.isValid() && size.isValid())

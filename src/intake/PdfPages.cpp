@@ -4,12 +4,10 @@
 #include "model/Logging.h"
 
 #include <QPainter>
-
-#include <poppler-qt6.h>
-
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <poppler-qt6.h>
 
 namespace {
 

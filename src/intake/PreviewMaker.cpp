@@ -10,7 +10,6 @@
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QScreen>
-
 #include <cmath>
 
 namespace {

@@ -4,13 +4,11 @@
 
 #include <QFile>
 #include <QPainter>
-
-#include <tesseract/baseapi.h>
-#include <tesseract/resultiterator.h>
-
 #include <cmath>
 #include <map>
 #include <memory>
+#include <tesseract/baseapi.h>
+#include <tesseract/resultiterator.h>
 #include <utility>
 
 namespace {
@@ -32,8 +30,9 @@ tesseract::TessBaseAPI* engineFor(const QString& language, bool accurate)
     auto engine = std::make_unique<tesseract::TessBaseAPI>();
     const QByteArray path = QFile::encodeName(TextRecognizer::dataPath());
     if (engine->Init(path.constData(), language.toLatin1().constData(), tesseract::OEM_LSTM_ONLY) != 0) {
-        qCWarning(lcQuillarc, "%s", qPrintable(QStringLiteral("Text recognition could not load the language \"%1\" from %2")
-                                                   .arg(language, TextRecognizer::dataPath())));
+        qCWarning(lcQuillarc, "%s",
+            qPrintable(QStringLiteral("Text recognition could not load the language \"%1\" from %2")
+                           .arg(language, TextRecognizer::dataPath())));
         engines.erase({ language, accurate });
         return nullptr;
     }
@@ -106,7 +105,7 @@ QString TextRecognizer::textForImage(const QImage& image, const ExtractionOption
     if (!accurate && longSide > kFastLongSide) {
         const double factor = double(kFastLongSide) / longSide;
         bitmap = bitmap.scaled(qMax(1, int(bitmap.width() * factor)), qMax(1, int(bitmap.height() * factor)),
-                               Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         dpi = qMax(50, int(dpi * factor));
     }
 
