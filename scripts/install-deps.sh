@@ -11,6 +11,7 @@ PACKAGES=(
   libpoppler-qt6-dev
   libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu
   libzip-dev libuchardet-dev libheif-dev libsane-dev
+  qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
   shared-mime-info fonts-dejavu-core
   # tests, benchmarks and fuzzing

@@ -1,0 +1,43 @@
+#include "intake/HtmlReader.h"
+
+#include "intake/TextDecoding.h"
+
+#include <QFile>
+#include <QStringDecoder>
+#include <QTextDocument>
+
+QString HtmlReader::extract(const QString& path) const
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
+        return {};
+    return extractFromData(file.readAll());
+}
+
+QString HtmlReader::decodeHtml(const QByteArray& bytes, const QByteArray& encodingName)
+{
+    QString html;
+    if (!encodingName.isEmpty() && TextDecoding::decodeWithCodec(bytes, encodingName, &html))
+        return html;
+    QStringDecoder decoder = QStringDecoder::decoderForHtml(bytes);
+    if (!decoder.isValid())
+        decoder = QStringDecoder(QStringConverter::Utf8);
+    return decoder.decode(bytes);
+}
+
+QString HtmlReader::plainTextOfHtml(const QString& html)
+{
+    if (html.isEmpty())
+        return {};
+    QTextDocument document;
+    document.setUndoRedoEnabled(false);
+    document.setHtml(html);
+    return document.toPlainText();
+}
+
+QString HtmlReader::extractFromData(const QByteArray& bytes, const QByteArray& encodingName)
+{
+    if (bytes.isEmpty() || bytes.size() > kMaximumFileSize)
+        return {};
+    return plainTextOfHtml(decodeHtml(bytes, encodingName));
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "intake/TextReader.h"
+
+#include <QByteArray>
+
+/// Plain text, Markdown, XML and e-mail files, taken whole (headers and markup
+/// included) in the encoding detected from their bytes. An undecodable file
+/// gives "" and the log line "encError: <description>".
+class PlainTextReader : public TextReader
+{
+public:
+    QString extract(const QString& path) const override;
+
+    /// The decoded text of bytes, or "" with error set when no encoding fits.
+    static QString extractFromData(const QByteArray& bytes, QString* error = nullptr);
+
+    /// Files larger than this are not read at all (they are no records anyone types).
+    static constexpr qint64 kMaximumFileSize = qint64(512) << 20;
+};
