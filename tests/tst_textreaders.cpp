@@ -527,6 +527,11 @@ private Q_SLOTS:
         QTest::newRow("meta windows-1251")
             << QByteArray("<meta http-equiv=\"content-type\" content=\"text/html; charset=windows-1251\">\xcf\xf0\xe8")
             << "При";
+        QTest::newRow("undeclared windows-1252")
+            << encoded(
+                   QStringLiteral("<p>Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.</p>").arg(kGerman),
+                   "windows-1252")
+            << QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.").arg(kGerman);
         QTest::newRow("utf-16 bom") << "\xFF\xFE" + encoded(QStringLiteral("<p>Grüße</p>"), "UTF-16LE") << "Grüße";
         QTest::newRow("entities and markup") << QByteArray("<b>a &amp; b</b> &euro;<script>x()</script>") << "a & b €";
         QTest::newRow("paragraphs") << QByteArray("<p>one</p><p>two</p>") << "one\ntwo";
