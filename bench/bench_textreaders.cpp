@@ -2,7 +2,6 @@
 // text), generated here; extra files given on the command line are measured
 // too. Prints medians over repeated runs and the throughput.
 #include "BenchSupport.h"
-
 #include "intake/DocReader.h"
 #include "intake/DocxReader.h"
 #include "intake/HtmlReader.h"
@@ -18,10 +17,8 @@
 #include <QGuiApplication>
 #include <QStringEncoder>
 #include <QTemporaryDir>
-
-#include <zip.h>
-
 #include <functional>
+#include <zip.h>
 
 namespace {
 
@@ -40,8 +37,8 @@ QByteArray docxBytes(const QString& directory)
     QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><w:document "
                      "xmlns:w=\"http://schemas.openxmlformats.org/wordprocessingml/2006/main\"><w:body>";
     for (int i = 0; i < kParagraphs; ++i)
-        xml += "<w:p><w:pPr><w:spacing w:after=\"120\"/></w:pPr><w:r><w:rPr><w:b/></w:rPr><w:t>"
-               + paragraph(i).toUtf8() + "</w:t></w:r><w:r><w:tab/><w:t>Ende</w:t></w:r></w:p>";
+        xml += "<w:p><w:pPr><w:spacing w:after=\"120\"/></w:pPr><w:r><w:rPr><w:b/></w:rPr><w:t>" + paragraph(i).toUtf8()
+            + "</w:t></w:r><w:r><w:tab/><w:t>Ende</w:t></w:r></w:p>";
     xml += "</w:body></w:document>";
     const QString path = directory + QStringLiteral("/bench.docx");
     int error = 0;
@@ -85,10 +82,10 @@ QByteArray htmlBytes()
 QByteArray webArchiveBytes(const QByteArray& html)
 {
     BinaryPlistWriter writer;
-    const auto resource = writer.addDictionary(
-        {writer.addString(QStringLiteral("WebResourceData")), writer.addString(QStringLiteral("WebResourceTextEncodingName"))},
-        {writer.addData(html), writer.addString(QStringLiteral("UTF-8"))});
-    return writer.write(writer.addDictionary({writer.addString(QStringLiteral("WebMainResource"))}, {resource}));
+    const auto resource = writer.addDictionary({ writer.addString(QStringLiteral("WebResourceData")),
+                                                   writer.addString(QStringLiteral("WebResourceTextEncodingName")) },
+        { writer.addData(html), writer.addString(QStringLiteral("UTF-8")) });
+    return writer.write(writer.addDictionary({ writer.addString(QStringLiteral("WebMainResource")) }, { resource }));
 }
 
 QString plainText()
@@ -111,8 +108,8 @@ void measure(const char* label, const QByteArray& bytes, const std::function<QSt
     }
     const double median = bench::median(times);
     std::printf("%-28s %9lld bytes %8lld chars  median %8.3f ms  worst %8.3f ms  %7.1f MB/s\n", label,
-                static_cast<long long>(bytes.size()), static_cast<long long>(characters), median, bench::worst(times),
-                median > 0 ? double(bytes.size()) / 1e3 / median : 0.0);
+        static_cast<long long>(bytes.size()), static_cast<long long>(characters), median, bench::worst(times),
+        median > 0 ? double(bytes.size()) / 1e3 / median : 0.0);
 }
 
 } // namespace
@@ -123,8 +120,9 @@ int main(int argc, char** argv)
     QGuiApplication application(argc, argv);
     QTemporaryDir directory;
 
-    const QString fixture =
-        QFileInfo(QStringLiteral(__FILE__)).dir().filePath(QStringLiteral("../tests/data/multilingual-table-field.doc"));
+    const QString fixture = QFileInfo(QStringLiteral(__FILE__))
+                                .dir()
+                                .filePath(QStringLiteral("../tests/data/multilingual-table-field.doc"));
     QFile docFile(fixture);
     const QByteArray doc = docFile.open(QIODevice::ReadOnly) ? docFile.readAll() : QByteArray();
     const QByteArray html = htmlBytes();
@@ -139,11 +137,12 @@ int main(int argc, char** argv)
     measure("docx", docxBytes(directory.path()), [](const QByteArray& b) { return DocxReader::extractFromData(b); });
     measure("rtf", rtfBytes(), [](const QByteArray& b) { return RtfReader::extractFromData(b); });
     measure("html", html, [](const QByteArray& b) { return HtmlReader::extractFromData(b); });
-    measure("webarchive", webArchiveBytes(html), [](const QByteArray& b) { return WebArchiveReader::extractFromData(b); });
+    measure(
+        "webarchive", webArchiveBytes(html), [](const QByteArray& b) { return WebArchiveReader::extractFromData(b); });
     measure("txt utf-8", text.toUtf8(), [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
     measure("txt utf-16 bom", text16, [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
     measure("txt windows-1252 (detected)", text1252,
-            [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
+        [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
 
     // Reference: iconv converting the same Windows-1252 text, process start included.
     const QString sample = directory.filePath(QStringLiteral("sample.txt"));
@@ -159,12 +158,12 @@ int main(int argc, char** argv)
             reader->extract(sample);
             ours.append(bench::elapsedMs(timer));
             reference.append(bench::timeCommandMs(QStringLiteral("iconv"),
-                                                  {QStringLiteral("-f"), QStringLiteral("WINDOWS-1252"),
-                                                   QStringLiteral("-t"), QStringLiteral("UTF-8"), sample}));
+                { QStringLiteral("-f"), QStringLiteral("WINDOWS-1252"), QStringLiteral("-t"), QStringLiteral("UTF-8"),
+                    sample }));
         }
         const double refMedian = bench::median(reference);
         std::printf("txt windows-1252 from file: median %.3f ms; iconv (process) %.3f ms; ratio %.2f\n",
-                    bench::median(ours), refMedian, refMedian > 0 ? bench::median(ours) / refMedian : 0.0);
+            bench::median(ours), refMedian, refMedian > 0 ? bench::median(ours) / refMedian : 0.0);
     }
 
     // Files named on the command line, each through the reader for its extension.

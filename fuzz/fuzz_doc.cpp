@@ -1,7 +1,6 @@
 #include "intake/DocReader.h"
 
 #include <QByteArray>
-
 #include <cstddef>
 #include <cstdint>
 

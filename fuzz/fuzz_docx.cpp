@@ -1,7 +1,6 @@
 #include "intake/DocxReader.h"
 
 #include <QByteArray>
-
 #include <cstddef>
 #include <cstdint>
 

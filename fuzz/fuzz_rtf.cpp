@@ -1,7 +1,6 @@
 #include "intake/RtfReader.h"
 
 #include <QByteArray>
-
 #include <cstddef>
 #include <cstdint>
 

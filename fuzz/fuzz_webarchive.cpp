@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QGuiApplication>
-
 #include <cstddef>
 #include <cstdint>
 

@@ -1,3 +1,4 @@
+#include "TestSupport.h"
 #include "intake/DocReader.h"
 #include "intake/DocxReader.h"
 #include "intake/HtmlReader.h"
@@ -7,8 +8,6 @@
 #include "intake/WebArchiveReader.h"
 #include "store/BinaryPlistWriter.h"
 
-#include "TestSupport.h"
-
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -16,10 +15,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
-
-#include <zip.h>
-
 #include <typeinfo>
+#include <zip.h>
 
 namespace {
 
@@ -52,14 +49,14 @@ QByteArray documentXml(const QString& body)
     return (QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>"
                            "<w:document xmlns:w=\"http://schemas.openxmlformats.org/wordprocessingml/2006/main\">"
                            "<w:body>")
-            + body + QStringLiteral("</w:body></w:document>"))
+        + body + QStringLiteral("</w:body></w:document>"))
         .toUtf8();
 }
 
 QByteArray docx(const QString& body)
 {
-    return zipBytes({{QStringLiteral("[Content_Types].xml"), "<Types/>"},
-                     {QStringLiteral("word/document.xml"), documentXml(body)}});
+    return zipBytes({ { QStringLiteral("[Content_Types].xml"), "<Types/>" },
+        { QStringLiteral("word/document.xml"), documentXml(body) } });
 }
 
 QByteArray encoded(const QString& text, const char* encoding)
@@ -106,7 +103,8 @@ QByteArray wordFile(const QList<QPair<QByteArray, bool>>& pieces)
         plc.append(QByteArray(4, '\0'));
         qToLittleEndian<quint32>(cp, plc.data() + plc.size() - 4);
         QByteArray pcd(8, '\0');
-        qToLittleEndian<quint32>(compressed ? quint32(textOffset * 2) | 0x40000000u : quint32(textOffset), pcd.data() + 2);
+        qToLittleEndian<quint32>(
+            compressed ? quint32(textOffset * 2) | 0x40000000u : quint32(textOffset), pcd.data() + 2);
         descriptors += pcd;
         cp += quint32(compressed ? bytes.size() : bytes.size() / 2);
         textOffset += (bytes.size() + 511) / 512 * 512;
@@ -145,24 +143,24 @@ QByteArray wordFile(const QList<QPair<QByteArray, bool>>& pieces)
     qToLittleEndian<quint32>(0xFFFFFFFD, fat.data());
     qToLittleEndian<quint32>(0xFFFFFFFE, fat.data() + 4);
     quint32 next = 2;
-    for (quint32 sectors : {wordSectors, tableSectors}) {
+    for (quint32 sectors : { wordSectors, tableSectors }) {
         for (quint32 k = 0; k < sectors; ++k, ++next)
             qToLittleEndian<quint32>(k + 1 == sectors ? 0xFFFFFFFE : next + 1, fat.data() + next * 4);
     }
     QByteArray directory(kSector, '\0');
-    auto entry = [&](int index, const QString& name, quint8 type, quint32 right, quint32 child, quint32 start,
-                     quint32 size) {
-        char* p = directory.data() + index * 128;
-        for (qsizetype i = 0; i < name.size(); ++i)
-            qToLittleEndian<quint16>(name.at(i).unicode(), p + i * 2);
-        qToLittleEndian<quint16>(quint16((name.size() + 1) * 2), p + 0x40);
-        p[0x42] = char(type);
-        qToLittleEndian<quint32>(0xFFFFFFFF, p + 0x44);
-        qToLittleEndian<quint32>(right, p + 0x48);
-        qToLittleEndian<quint32>(child, p + 0x4C);
-        qToLittleEndian<quint32>(start, p + 0x74);
-        qToLittleEndian<quint32>(size, p + 0x78);
-    };
+    auto entry
+        = [&](int index, const QString& name, quint8 type, quint32 right, quint32 child, quint32 start, quint32 size) {
+              char* p = directory.data() + index * 128;
+              for (qsizetype i = 0; i < name.size(); ++i)
+                  qToLittleEndian<quint16>(name.at(i).unicode(), p + i * 2);
+              qToLittleEndian<quint16>(quint16((name.size() + 1) * 2), p + 0x40);
+              p[0x42] = char(type);
+              qToLittleEndian<quint32>(0xFFFFFFFF, p + 0x44);
+              qToLittleEndian<quint32>(right, p + 0x48);
+              qToLittleEndian<quint32>(child, p + 0x4C);
+              qToLittleEndian<quint32>(start, p + 0x74);
+              qToLittleEndian<quint32>(size, p + 0x78);
+          };
     entry(0, QStringLiteral("Root Entry"), 5, 0xFFFFFFFF, 1, 0xFFFFFFFE, 0);
     entry(1, QStringLiteral("WordDocument"), 2, 2, 0xFFFFFFFF, 2, quint32(word.size()));
     entry(2, QStringLiteral("0Table"), 2, 0xFFFFFFFF, 0xFFFFFFFF, 2 + wordSectors, quint32(table.size()));
@@ -178,20 +176,19 @@ QByteArray utf16le(const QString& text)
 QByteArray webArchiveBytes(const QByteArray& html, const QString& encodingName, bool withMainResource = true)
 {
     BinaryPlistWriter writer;
-    std::vector<BinaryPlistWriter::Ref> keys {writer.addString(QStringLiteral("WebResourceData")),
-                                              writer.addString(QStringLiteral("WebResourceMIMEType")),
-                                              writer.addString(QStringLiteral("WebResourceURL"))};
-    std::vector<BinaryPlistWriter::Ref> values {writer.addData(html), writer.addString(QStringLiteral("text/html")),
-                                                writer.addString(QStringLiteral("https://example.com/"))};
+    std::vector<BinaryPlistWriter::Ref> keys { writer.addString(QStringLiteral("WebResourceData")),
+        writer.addString(QStringLiteral("WebResourceMIMEType")), writer.addString(QStringLiteral("WebResourceURL")) };
+    std::vector<BinaryPlistWriter::Ref> values { writer.addData(html), writer.addString(QStringLiteral("text/html")),
+        writer.addString(QStringLiteral("https://example.com/")) };
     if (!encodingName.isEmpty()) {
         keys.push_back(writer.addString(QStringLiteral("WebResourceTextEncodingName")));
         values.push_back(writer.addString(encodingName));
     }
     const auto resource = writer.addDictionary(keys, values);
-    const auto mainKey = writer.addString(withMainResource ? QStringLiteral("WebMainResource")
-                                                           : QStringLiteral("WebOtherResource"));
+    const auto mainKey
+        = writer.addString(withMainResource ? QStringLiteral("WebMainResource") : QStringLiteral("WebOtherResource"));
     const auto subKey = writer.addString(QStringLiteral("WebSubresources"));
-    const auto top = writer.addDictionary({mainKey, subKey}, {resource, writer.addArray({})});
+    const auto top = writer.addDictionary({ mainKey, subKey }, { resource, writer.addArray({}) });
     return writer.write(top);
 }
 
@@ -224,9 +221,9 @@ private Q_SLOTS:
         QTest::newRow("html") << "html" << typeid(HtmlReader).name();
         QTest::newRow("htm") << "htm" << typeid(HtmlReader).name();
         QTest::newRow("webarchive") << "webarchive" << typeid(WebArchiveReader).name();
-        for (const char* text : {"txt", "md", "xml", "eml"})
+        for (const char* text : { "txt", "md", "xml", "eml" })
             QTest::newRow(text) << text << typeid(PlainTextReader).name();
-        for (const char* none : {"DOC", "Docx", "RTF", "HTML", "TXT", "Md", "pdf", "jpg", "docm", "rtfd", "text", ""})
+        for (const char* none : { "DOC", "Docx", "RTF", "HTML", "TXT", "Md", "pdf", "jpg", "docm", "rtfd", "text", "" })
             QTest::newRow(qPrintable(QStringLiteral("none %1").arg(none))) << none << QString();
     }
     void readerForExtension()
@@ -246,29 +243,32 @@ private Q_SLOTS:
         QTest::newRow("rtf") << "a.rtf"
                              << QByteArray("{\\rtf1\\ansi\\ansicpg1252 H\\'e4ngeschr\\u228?nke, Gr\\'f6\\'dfe, "
                                            "\\'dcbergabe\\par}");
-        QTest::newRow("html utf-8") << "a.html"
-                                    << (QStringLiteral("<html><head><meta charset=\"utf-8\"></head><body><p>%1</p>")
-                                            .arg(kGerman)
-                                            .toUtf8());
-        QTest::newRow("htm latin-1")
-            << "a.htm"
-            << (QStringLiteral("<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; "
-                               "charset=ISO-8859-1\"></head><body>%1</body></html>")
-                    .arg(kGerman)
-                    .toLatin1());
-        QTest::newRow("webarchive")
-            << "a.webarchive" << webArchiveBytes(QStringLiteral("<p>%1</p>").arg(kGerman).toUtf8(), QStringLiteral("UTF-8"));
+        QTest::newRow("html utf-8")
+            << "a.html"
+            << (QStringLiteral("<html><head><meta charset=\"utf-8\"></head><body><p>%1</p>").arg(kGerman).toUtf8());
+        QTest::newRow("htm latin-1") << "a.htm"
+                                     << (QStringLiteral(
+                                            "<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; "
+                                            "charset=ISO-8859-1\"></head><body>%1</body></html>")
+                                                .arg(kGerman)
+                                                .toLatin1());
+        QTest::newRow("webarchive") << "a.webarchive"
+                                    << webArchiveBytes(
+                                           QStringLiteral("<p>%1</p>").arg(kGerman).toUtf8(), QStringLiteral("UTF-8"));
         QTest::newRow("txt utf-8") << "a.txt" << kGerman.toUtf8();
-        QTest::newRow("md utf-8 bom") << "a.md" << "\xEF\xBB\xBF" + kGerman.toUtf8();
-        QTest::newRow("txt utf-16le bom") << "a.txt" << "\xFF\xFE" + encoded(kGerman, "UTF-16LE");
-        QTest::newRow("eml utf-16be bom") << "a.eml" << "\xFE\xFF" + encoded(kGerman, "UTF-16BE");
+        QTest::newRow("md utf-8 bom") << "a.md"
+                                      << "\xEF\xBB\xBF" + kGerman.toUtf8();
+        QTest::newRow("txt utf-16le bom") << "a.txt"
+                                          << "\xFF\xFE" + encoded(kGerman, "UTF-16LE");
+        QTest::newRow("eml utf-16be bom") << "a.eml"
+                                          << "\xFE\xFF" + encoded(kGerman, "UTF-16BE");
         QTest::newRow("xml utf-32le bom") << "a.xml" << QByteArray("\xFF\xFE\0\0", 4) + encoded(kGerman, "UTF-32LE");
         QTest::newRow("txt windows-1252")
             << "a.txt"
             << encoded(QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1 "
                                       "der Küche. Mit freundlichen Grüßen")
                            .arg(kGerman),
-                       "windows-1252");
+                   "windows-1252");
     }
     void germanTextComesBackVerbatim()
     {
@@ -283,33 +283,41 @@ private Q_SLOTS:
     {
         const QString text = DocReader::extractFromData(fixture(QStringLiteral("multilingual-table-field.doc")));
         QCOMPARE(text,
-                 kGerman + QStringLiteral("\nΕλληνικά κείμενο και Русский текст\n"
-                                          "Tab here and a link text end.\n"
-                                          "A1\tB1\t\nA2\tB2\t\n"
-                                          "Last paragraph € “quoted”\n"));
+            kGerman
+                + QStringLiteral("\nΕλληνικά κείμενο και Русский текст\n"
+                                 "Tab here and a link text end.\n"
+                                 "A1\tB1\t\nA2\tB2\t\n"
+                                 "Last paragraph € “quoted”\n"));
     }
 
     void docPieces_data()
     {
         QTest::addColumn<QByteArray>("doc");
         QTest::addColumn<QString>("text");
-        QTest::newRow("compressed windows-1252")
-            << wordFile({{QByteArray("Gr\xF6\xDF" "e \x80 \x93x\x94 \x85\r"), true}}) << QStringLiteral("Größe € “x” …\n");
+        QTest::newRow("compressed windows-1252") << wordFile({ { QByteArray("Gr\xF6\xDF"
+                                                                            "e \x80 \x93x\x94 \x85\r"),
+            true } }) << QStringLiteral("Größe € “x” …\n");
         QTest::newRow("compressed and utf-16 pieces")
-            << wordFile({{QByteArray("Preis: "), true}, {utf16le(QStringLiteral("Привет Ελλάδα\r")), false}})
+            << wordFile({ { QByteArray("Preis: "), true }, { utf16le(QStringLiteral("Привет Ελλάδα\r")), false } })
             << QStringLiteral("Preis: Привет Ελλάδα\n");
         QTest::newRow("field instruction dropped, result kept")
-            << wordFile({{QByteArray("a \x13 HYPERLINK \"x\" \x14link\x15 b\r"), true}}) << "a link b\n";
-        QTest::newRow("nested fields")
-            << wordFile({{QByteArray("\x13 IF \x13 PAGE \x14" "1\x15 \x14yes\x15!"), true}}) << "yes!";
-        QTest::newRow("field without separator")
-            << wordFile({{QByteArray("x\x13 TOC \x15y"), true}}) << "xy";
-        QTest::newRow("table marks") << wordFile({{QByteArray("A\x07" "B\x07\x07" "C\x07\x07"), true}})
-                                     << "A\tB\t\nC\t\n";
-        QTest::newRow("breaks, anchors and hyphens")
-            << wordFile({{QByteArray("a\x0B" "b\x0C" "c\x01\x08\x1F" "d\x1E" "e\t"), true}})
-            << QStringLiteral("a\nb\ncd\u2011e\t");
-        QTest::newRow("piece beyond the stream") << wordFile({{QByteArray(600, 'x'), true}}).left(4096) << QString();
+            << wordFile({ { QByteArray("a \x13 HYPERLINK \"x\" \x14link\x15 b\r"), true } }) << "a link b\n";
+        QTest::newRow("nested fields") << wordFile({ { QByteArray("\x13 IF \x13 PAGE \x14"
+                                                                  "1\x15 \x14yes\x15!"),
+            true } }) << "yes!";
+        QTest::newRow("field without separator") << wordFile({ { QByteArray("x\x13 TOC \x15y"), true } }) << "xy";
+        QTest::newRow("table marks") << wordFile({ { QByteArray("A\x07"
+                                                                "B\x07\x07"
+                                                                "C\x07\x07"),
+            true } }) << "A\tB\t\nC\t\n";
+        QTest::newRow("breaks, anchors and hyphens") << wordFile({ { QByteArray("a\x0B"
+                                                                                "b\x0C"
+                                                                                "c\x01\x08\x1F"
+                                                                                "d\x1E"
+                                                                                "e\t"),
+            true } }) << QStringLiteral("a\nb\ncd\u2011e\t");
+        QTest::newRow("piece beyond the stream")
+            << wordFile({ { QByteArray(600, 'x'), true } }).left(4096) << QString();
     }
     void docPieces()
     {
@@ -365,10 +373,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("paragraphs") << "<w:p><w:r><w:t>One</w:t></w:r></w:p><w:p><w:r><w:t>Two</w:t></w:r></w:p>"
                                     << "One\nTwo\n";
-        QTest::newRow("runs join") << "<w:p><w:r><w:t xml:space=\"preserve\">Ab </w:t></w:r><w:r><w:t>cd</w:t></w:r></w:p>"
-                                   << "Ab cd\n";
-        QTest::newRow("tab and breaks") << "<w:p><w:r><w:t>a</w:t><w:tab/><w:t>b</w:t><w:br/><w:t>c</w:t><w:cr/></w:r></w:p>"
-                                        << "a\tb\nc\n\n";
+        QTest::newRow("runs join")
+            << "<w:p><w:r><w:t xml:space=\"preserve\">Ab </w:t></w:r><w:r><w:t>cd</w:t></w:r></w:p>"
+            << "Ab cd\n";
+        QTest::newRow("tab and breaks")
+            << "<w:p><w:r><w:t>a</w:t><w:tab/><w:t>b</w:t><w:br/><w:t>c</w:t><w:cr/></w:r></w:p>"
+            << "a\tb\nc\n\n";
         QTest::newRow("tab stops are no text")
             << "<w:p><w:pPr><w:tabs><w:tab w:val=\"left\" w:pos=\"720\"/></w:tabs></w:pPr><w:r><w:t>x</w:t></w:r></w:p>"
             << "x\n";
@@ -380,7 +390,8 @@ private Q_SLOTS:
             << "<w:tbl><w:tr><w:tc><w:p><w:r><w:t>A1</w:t></w:r></w:p></w:tc><w:tc><w:p><w:r><w:t>B1</w:t></w:r></w:p>"
                "</w:tc></w:tr></w:tbl><w:p/>"
             << "A1\tB1\t\n\n";
-        QTest::newRow("entities") << "<w:p><w:r><w:t>&lt;a&amp;b&gt; &#x20AC;</w:t></w:r></w:p>" << "<a&b> €\n";
+        QTest::newRow("entities") << "<w:p><w:r><w:t>&lt;a&amp;b&gt; &#x20AC;</w:t></w:r></w:p>"
+                                  << "<a&b> €\n";
     }
     void docxStructure()
     {
@@ -391,12 +402,14 @@ private Q_SLOTS:
 
     void docxMainPartFromRelationships()
     {
-        const QByteArray bytes = zipBytes(
-            {{QStringLiteral("_rels/.rels"),
-              "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-              "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/"
-              "officeDocument\" Target=\"/word/document2.xml\"/></Relationships>"},
-             {QStringLiteral("word/document2.xml"), documentXml(QStringLiteral("<w:p><w:r><w:t>moved</w:t></w:r></w:p>"))}});
+        const QByteArray bytes
+            = zipBytes({ { QStringLiteral("_rels/.rels"),
+                             "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+                             "<Relationship Id=\"rId1\" "
+                             "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/"
+                             "officeDocument\" Target=\"/word/document2.xml\"/></Relationships>" },
+                { QStringLiteral("word/document2.xml"),
+                    documentXml(QStringLiteral("<w:p><w:r><w:t>moved</w:t></w:r></w:p>")) } });
         QCOMPARE(DocxReader::extractFromData(bytes), QStringLiteral("moved\n"));
     }
 
@@ -405,8 +418,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("not a zip") << QByteArray("PK\x03\x04 this is not really a zip file");
-        QTest::newRow("no document part") << zipBytes({{QStringLiteral("word/other.xml"), "<x/>"}});
-        QTest::newRow("broken xml") << zipBytes({{QStringLiteral("word/document.xml"), "<w:document><w:t>unclosed"}});
+        QTest::newRow("no document part") << zipBytes({ { QStringLiteral("word/other.xml"), "<x/>" } });
+        QTest::newRow("broken xml") << zipBytes(
+            { { QStringLiteral("word/document.xml"), "<w:document><w:t>unclosed" } });
         const QByteArray good = docx(QStringLiteral("<w:p><w:r><w:t>text</w:t></w:r></w:p>"));
         QTest::newRow("truncated") << good.left(good.size() - 30);
     }
@@ -422,7 +436,7 @@ private Q_SLOTS:
         const QByteArray paragraph = "<w:p><w:r><w:t>aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa</w:t></w:r></w:p>";
         QByteArray body = documentXml(QString());
         body.insert(body.indexOf("</w:body>"), paragraph.repeated((80 << 20) / paragraph.size()));
-        const QByteArray bomb = zipBytes({{QStringLiteral("word/document.xml"), body}});
+        const QByteArray bomb = zipBytes({ { QStringLiteral("word/document.xml"), body } });
         body.clear();
         QVERIFY(bomb.size() < 2 * 1024 * 1024);
         QCOMPARE(DocxReader::extractFromData(bomb), QString());
@@ -445,11 +459,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("plain") << QByteArray("{\\rtf1\\ansi Hello world\\par}") << "Hello world\n";
         QTest::newRow("hex escapes") << QByteArray("{\\rtf1\\ansi\\ansicpg1252 K\\'fcche \\'80\\par}") << "Küche €\n";
-        QTest::newRow("unicode with fallback") << QByteArray("{\\rtf1\\uc1 a\\u8364?b\\uc2\\u8364xxc\\uc0\\u946 d}")
-                                               << "a€b€cβd";
+        QTest::newRow("unicode with fallback")
+            << QByteArray("{\\rtf1\\uc1 a\\u8364?b\\uc2\\u8364xxc\\uc0\\u946 d}") << "a€b€cβd";
         QTest::newRow("unicode fallback as hex") << QByteArray("{\\rtf1 \\u228\\'e4x}") << "äx";
         QTest::newRow("negative unicode") << QByteArray("{\\rtf1 \\u-3913?}") << QString(QChar(0xF0B7));
-        QTest::newRow("surrogate pair") << QByteArray("{\\rtf1 \\u-10179?\\u-8704?}") << QString::fromUtf8("\xF0\x9F\x98\x80");
+        QTest::newRow("surrogate pair") << QByteArray("{\\rtf1 \\u-10179?\\u-8704?}")
+                                        << QString::fromUtf8("\xF0\x9F\x98\x80");
         QTest::newRow("skipped destinations")
             << QByteArray("{\\rtf1{\\fonttbl{\\f0\\fswiss Arial;}}{\\colortbl;\\red0\\green0\\blue0;}"
                           "{\\stylesheet{\\s0 Normal;}}{\\info{\\title Secret}{\\author Me}}"
@@ -462,13 +477,13 @@ private Q_SLOTS:
                                 << QStringLiteral("\u2018a\u2019 \u201Cb\u201D");
         QTest::newRow("escaped braces") << QByteArray("{\\rtf1 \\{x\\} \\\\y}") << "{x} \\y";
         QTest::newRow("source line ends ignored") << QByteArray("{\\rtf1 ab\r\ncd\\\nef}") << "abcd\nef";
-        QTest::newRow("field result kept") << QByteArray("{\\rtf1 {\\field{\\*\\fldinst HYPERLINK \"x\"}{\\fldrslt link}}}")
-                                           << "link";
-        QTest::newRow("cyrillic code page") << QByteArray("{\\rtf1\\ansi\\ansicpg1251 \\'cf\\'f0\\'e8\\'e2\\'e5\\'f2}")
-                                            << QStringLiteral("Привет");
-        QTest::newRow("cyrillic font charset")
-            << QByteArray("{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f1\\fcharset204 Arial Cyr;}}\\f1 \\'c4\\'e0 {\\f0 \\'e4}}")
-            << QStringLiteral("Да ä");
+        QTest::newRow("field result kept")
+            << QByteArray("{\\rtf1 {\\field{\\*\\fldinst HYPERLINK \"x\"}{\\fldrslt link}}}") << "link";
+        QTest::newRow("cyrillic code page")
+            << QByteArray("{\\rtf1\\ansi\\ansicpg1251 \\'cf\\'f0\\'e8\\'e2\\'e5\\'f2}") << QStringLiteral("Привет");
+        QTest::newRow("cyrillic font charset") << QByteArray(
+            "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f1\\fcharset204 Arial Cyr;}}\\f1 \\'c4\\'e0 {\\f0 \\'e4}}")
+                                               << QStringLiteral("Да ä");
         QTest::newRow("shift-jis pairs") << QByteArray("{\\rtf1\\ansi\\ansicpg932 \\'93\\'fa\\'96\\'7b}")
                                          << QStringLiteral("日本");
         QTest::newRow("binary data skipped") << QByteArray("{\\rtf1 a{\\pict\\bin4 }{\\x}b}") << "ab";
@@ -506,10 +521,17 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("html");
         QTest::addColumn<QString>("text");
         QTest::newRow("no charset is utf-8") << QStringLiteral("<p>Grüße</p>").toUtf8() << "Grüße";
-        QTest::newRow("meta latin-1") << QByteArray("<meta charset=\"iso-8859-1\"><p>Gr\xfc\xdf" "e</p>") << "Grüße";
+        QTest::newRow("meta latin-1") << QByteArray("<meta charset=\"iso-8859-1\"><p>Gr\xfc\xdf"
+                                                    "e</p>")
+                                      << "Grüße";
         QTest::newRow("meta windows-1251")
             << QByteArray("<meta http-equiv=\"content-type\" content=\"text/html; charset=windows-1251\">\xcf\xf0\xe8")
             << "При";
+        QTest::newRow("undeclared windows-1252")
+            << encoded(
+                   QStringLiteral("<p>Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.</p>").arg(kGerman),
+                   "windows-1252")
+            << QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.").arg(kGerman);
         QTest::newRow("utf-16 bom") << "\xFF\xFE" + encoded(QStringLiteral("<p>Grüße</p>"), "UTF-16LE") << "Grüße";
         QTest::newRow("entities and markup") << QByteArray("<b>a &amp; b</b> &euro;<script>x()</script>") << "a & b €";
         QTest::newRow("paragraphs") << QByteArray("<p>one</p><p>two</p>") << "one\ntwo";
@@ -531,10 +553,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("text");
-        QTest::newRow("utf-8 by meta") << webArchiveBytes(QStringLiteral("<meta charset=utf-8><p>Grüße</p>").toUtf8(), {})
-                                       << "Grüße";
-        QTest::newRow("recorded latin-1")
-            << webArchiveBytes(QByteArray("<p>Gr\xfc\xdf" "e</p>"), QStringLiteral("ISO-8859-1")) << "Grüße";
+        QTest::newRow("utf-8 by meta") << webArchiveBytes(QStringLiteral("<meta charset=utf-8><p>Grüße</p>").toUtf8(),
+            {}) << "Grüße";
+        QTest::newRow("recorded latin-1") << webArchiveBytes(QByteArray("<p>Gr\xfc\xdf"
+                                                                        "e</p>"),
+            QStringLiteral("ISO-8859-1")) << "Grüße";
         QTest::newRow("no main resource") << webArchiveBytes("<p>x</p>", {}, false) << QString();
         const QByteArray good = webArchiveBytes("<p>x</p>", {});
         QTest::newRow("truncated") << good.left(good.size() - 10) << QString();
@@ -553,14 +576,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("text");
         QTest::newRow("empty") << QByteArray() << QString();
-        QTest::newRow("ascii with line ends") << QByteArray("From: a\r\nTo: b\r\n\r\nBody\n") << "From: a\r\nTo: b\r\n\r\nBody\n";
+        QTest::newRow("ascii with line ends")
+            << QByteArray("From: a\r\nTo: b\r\n\r\nBody\n") << "From: a\r\nTo: b\r\n\r\nBody\n";
         QTest::newRow("utf-8 bom is dropped") << QByteArray("\xEF\xBB\xBFx") << "x";
         QTest::newRow("utf-32be bom") << QByteArray("\0\0\xFE\xFF\0\0\0x", 8) << "x";
         QTest::newRow("cyrillic windows-1251")
             << encoded(QStringLiteral("Уважаемые дамы и господа, направляем вам счёт за поставку товара. "
                                       "С уважением, бухгалтерия"),
-                       "windows-1251")
-            << QStringLiteral("Уважаемые дамы и господа, направляем вам счёт за поставку товара. С уважением, бухгалтерия");
+                   "windows-1251")
+            << QStringLiteral(
+                   "Уважаемые дамы и господа, направляем вам счёт за поставку товара. С уважением, бухгалтерия");
     }
     void plainText()
     {
@@ -598,7 +623,7 @@ private Q_SLOTS:
     void everyExtensionSurvivesEmptyAndJunk_data()
     {
         QTest::addColumn<QString>("extension");
-        for (const char* extension : {"doc", "docx", "rtf", "html", "htm", "webarchive", "txt", "md", "xml", "eml"})
+        for (const char* extension : { "doc", "docx", "rtf", "html", "htm", "webarchive", "txt", "md", "xml", "eml" })
             QTest::newRow(extension) << extension;
     }
     void everyExtensionSurvivesEmptyAndJunk()

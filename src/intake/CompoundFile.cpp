@@ -1,7 +1,6 @@
 #include "intake/CompoundFile.h"
 
 #include <QtEndian>
-
 #include <vector>
 
 namespace {
@@ -189,7 +188,7 @@ const CompoundFile::Entry* CompoundFile::rootChild(const QString& name) const
     // The children of a storage form a tree through left and right; walk it with
     // an explicit stack and a visited mark so a corrupt tree cannot loop.
     std::vector<bool> visited(size_t(m_entries.size()), false);
-    std::vector<quint32> pending {m_entries.first().child};
+    std::vector<quint32> pending { m_entries.first().child };
     while (!pending.empty()) {
         const quint32 index = pending.back();
         pending.pop_back();

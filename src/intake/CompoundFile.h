@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
-
 #include <cstdint>
 
 /// Read-only view of an OLE2 compound file (the container of Word 97 and

@@ -5,7 +5,6 @@
 
 #include <QFile>
 #include <QtEndian>
-
 #include <vector>
 
 namespace {

@@ -2,10 +2,8 @@
 
 #include <QFile>
 #include <QXmlStreamReader>
-
-#include <zip.h>
-
 #include <memory>
+#include <zip.h>
 
 namespace {
 

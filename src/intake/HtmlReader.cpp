@@ -22,7 +22,15 @@ QString HtmlReader::decodeHtml(const QByteArray& bytes, const QByteArray& encodi
     QStringDecoder decoder = QStringDecoder::decoderForHtml(bytes);
     if (!decoder.isValid())
         decoder = QStringDecoder(QStringConverter::Utf8);
-    return decoder.decode(bytes);
+    html = decoder.decode(bytes);
+    if (!decoder.hasError())
+        return html;
+    // Undeclared (or wrongly declared) legacy pages: let the detector choose before keeping replacement characters.
+    QString detected;
+    QString error;
+    if (TextDecoding::decodeDetected(bytes, &detected, &error))
+        return detected;
+    return html;
 }
 
 QString HtmlReader::plainTextOfHtml(const QString& html)

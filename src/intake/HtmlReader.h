@@ -5,7 +5,8 @@
 #include <QByteArray>
 
 /// Web pages: decoded with the charset the page declares (byte-order mark or
-/// meta tag, UTF-8 when it declares none), laid out by QTextDocument and taken
+/// meta tag, UTF-8 when it declares none; bytes that do not fit go through the
+/// character-set detector), laid out by QTextDocument and taken
 /// as its plain text. Needs a running Q(Core|Gui)Application like the rest of
 /// the engine.
 class HtmlReader : public TextReader

@@ -12,16 +12,15 @@ QString PlainTextReader::extract(const QString& path) const
     QString error;
     QString text;
     if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("The file “%1” couldn’t be opened: %2").arg(QFileInfo(path).fileName(),
-                                                                          file.errorString());
+        error = QStringLiteral("The file “%1” couldn’t be opened: %2")
+                    .arg(QFileInfo(path).fileName(), file.errorString());
     } else if (file.size() > kMaximumFileSize) {
         error = QStringLiteral("The file “%1” is too large to be read as text.").arg(QFileInfo(path).fileName());
     } else {
         QString decodeError;
         text = extractFromData(file.readAll(), &decodeError);
         if (!decodeError.isEmpty())
-            error = QStringLiteral("The file “%1” couldn’t be opened. %2").arg(QFileInfo(path).fileName(),
-                                                                              decodeError);
+            error = QStringLiteral("The file “%1” couldn’t be opened. %2").arg(QFileInfo(path).fileName(), decodeError);
     }
     if (!error.isEmpty())
         qCWarning(lcQuillarc, "encError: %s", qUtf8Printable(error));

@@ -5,12 +5,16 @@
 #include <QFile>
 #include <QHash>
 #include <QStringDecoder>
-
 #include <vector>
 
 namespace {
 
-enum class Destination : quint8 { Text, Skip, FontTable };
+enum class Destination : quint8
+{
+    Text,
+    Skip,
+    FontTable
+};
 
 struct GroupState
 {
@@ -23,13 +27,52 @@ struct GroupState
 bool isSkippedDestination(QByteArrayView word)
 {
     static const QByteArrayView skipped[] = {
-        "colortbl",   "stylesheet", "info",     "pict",      "object",     "header",   "headerl",
-        "headerr",    "headerf",    "footer",   "footerl",   "footerr",    "footerf",  "footnote",
-        "annotation", "atnid",      "atnauthor", "listtable", "listoverridetable", "revtbl", "rsidtbl",
-        "generator",  "xmlnstbl",   "themedata", "colorschememapping", "datastore", "latentstyles",
-        "pgdsctbl",   "fldinst",    "filetbl",  "bkmkstart", "bkmkend",    "private",  "mmathPr",
-        "docvar",     "template",   "userprops", "nonshppict", "shpinst",  "sp",       "sn",
-        "sv",         "xe",         "tc",       "txe",       "objdata",
+        "colortbl",
+        "stylesheet",
+        "info",
+        "pict",
+        "object",
+        "header",
+        "headerl",
+        "headerr",
+        "headerf",
+        "footer",
+        "footerl",
+        "footerr",
+        "footerf",
+        "footnote",
+        "annotation",
+        "atnid",
+        "atnauthor",
+        "listtable",
+        "listoverridetable",
+        "revtbl",
+        "rsidtbl",
+        "generator",
+        "xmlnstbl",
+        "themedata",
+        "colorschememapping",
+        "datastore",
+        "latentstyles",
+        "pgdsctbl",
+        "fldinst",
+        "filetbl",
+        "bkmkstart",
+        "bkmkend",
+        "private",
+        "mmathPr",
+        "docvar",
+        "template",
+        "userprops",
+        "nonshppict",
+        "shpinst",
+        "sp",
+        "sn",
+        "sv",
+        "xe",
+        "tc",
+        "txe",
+        "objdata",
     };
     for (QByteArrayView name : skipped) {
         if (word == name)
@@ -47,12 +90,30 @@ char16_t namedCharacter(QByteArrayView word)
         char16_t character;
     };
     static const Named named[] = {
-        {"par", '\n'},         {"line", '\n'},        {"sect", '\n'},        {"page", '\n'},
-        {"row", '\n'},         {"nestrow", '\n'},     {"tab", '\t'},         {"cell", '\t'},
-        {"nestcell", '\t'},    {"emdash", 0x2014},    {"endash", 0x2013},    {"emspace", 0x2003},
-        {"enspace", 0x2002},   {"qmspace", 0x2005},   {"bullet", 0x2022},    {"lquote", 0x2018},
-        {"rquote", 0x2019},    {"ldblquote", 0x201C}, {"rdblquote", 0x201D}, {"zwj", 0x200D},
-        {"zwnj", 0x200C},      {"ltrmark", 0x200E},   {"rtlmark", 0x200F},   {"zwbo", 0x200B},
+        { "par", '\n' },
+        { "line", '\n' },
+        { "sect", '\n' },
+        { "page", '\n' },
+        { "row", '\n' },
+        { "nestrow", '\n' },
+        { "tab", '\t' },
+        { "cell", '\t' },
+        { "nestcell", '\t' },
+        { "emdash", 0x2014 },
+        { "endash", 0x2013 },
+        { "emspace", 0x2003 },
+        { "enspace", 0x2002 },
+        { "qmspace", 0x2005 },
+        { "bullet", 0x2022 },
+        { "lquote", 0x2018 },
+        { "rquote", 0x2019 },
+        { "ldblquote", 0x201C },
+        { "rdblquote", 0x201D },
+        { "zwj", 0x200D },
+        { "zwnj", 0x200C },
+        { "ltrmark", 0x200E },
+        { "rtlmark", 0x200F },
+        { "zwbo", 0x200B },
     };
     for (const Named& n : named) {
         if (word == n.word)
@@ -125,7 +186,11 @@ int hexValue(char c)
 class RtfParser
 {
 public:
-    explicit RtfParser(const QByteArray& bytes) : m_data(bytes.constData()), m_size(bytes.size()) {}
+    explicit RtfParser(const QByteArray& bytes)
+        : m_data(bytes.constData())
+        , m_size(bytes.size())
+    {
+    }
 
     bool parse(QString* out);
 
@@ -192,8 +257,8 @@ void RtfParser::flushBytes()
         QStringDecoder* decoder = m_decoders.value(m_pendingCodePage);
         if (!decoder) {
             const QByteArray name = TextDecoding::codecNameForCodePage(m_pendingCodePage);
-            auto created = std::make_unique<QStringDecoder>(name.isEmpty() ? "windows-1252" : name.constData(),
-                                                            QStringConverter::Flag::Stateless);
+            auto created = std::make_unique<QStringDecoder>(
+                name.isEmpty() ? "windows-1252" : name.constData(), QStringConverter::Flag::Stateless);
             if (!created->isValid())
                 created = std::make_unique<QStringDecoder>("windows-1252", QStringConverter::Flag::Stateless);
             decoder = created.get();
@@ -306,8 +371,8 @@ void RtfParser::controlWord(QByteArrayView word, bool hasParameter, qint64 param
 bool RtfParser::parse(QString* out)
 {
     // Leading white space is tolerated, anything else means the bytes are no RTF.
-    while (m_pos < m_size && (m_data[m_pos] == ' ' || m_data[m_pos] == '\r' || m_data[m_pos] == '\n'
-                              || m_data[m_pos] == '\t'))
+    while (m_pos < m_size
+        && (m_data[m_pos] == ' ' || m_data[m_pos] == '\r' || m_data[m_pos] == '\n' || m_data[m_pos] == '\t'))
         ++m_pos;
     if (QByteArrayView(m_data + m_pos, m_size - m_pos).first(std::min<qsizetype>(5, m_size - m_pos)) != "{\\rtf")
         return false;

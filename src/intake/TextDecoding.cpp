@@ -1,20 +1,21 @@
 #include "intake/TextDecoding.h"
 
 #include <QStringDecoder>
-
-#include <uchardet/uchardet.h>
-
 #include <array>
 #include <memory>
+#include <uchardet/uchardet.h>
 
 namespace {
 
 // 0x80..0x9F of Windows-1252; zero marks the five undefined positions.
+// clang-format off
 constexpr std::array<char16_t, 32> kWindows1252High = {
-    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178,
+    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
+    0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178,
 };
+// clang-format on
 
 // The detector only needs a sample; feeding whole large files costs time for nothing.
 constexpr qsizetype kDetectorSample = 64 * 1024;
@@ -112,8 +113,8 @@ QByteArray TextDecoding::codecNameForCodePage(int codePage)
 
 QByteArray TextDecoding::guessCharset(const QByteArray& bytes)
 {
-    std::unique_ptr<std::remove_pointer_t<uchardet_t>, decltype(&uchardet_delete)> detector(uchardet_new(),
-                                                                                           &uchardet_delete);
+    std::unique_ptr<std::remove_pointer_t<uchardet_t>, decltype(&uchardet_delete)> detector(
+        uchardet_new(), &uchardet_delete);
     if (!detector)
         return {};
     const qsizetype sample = std::min(bytes.size(), kDetectorSample);
@@ -138,11 +139,11 @@ bool TextDecoding::decodeDetected(const QByteArray& bytes, QString* text, QStrin
         QStringConverter::Encoding encoding;
     };
     static const Mark marks[] = {
-        {QByteArrayView("\xEF\xBB\xBF", 3), QStringConverter::Utf8},
-        {QByteArrayView("\xFF\xFE\x00\x00", 4), QStringConverter::Utf32LE},
-        {QByteArrayView("\x00\x00\xFE\xFF", 4), QStringConverter::Utf32BE},
-        {QByteArrayView("\xFF\xFE", 2), QStringConverter::Utf16LE},
-        {QByteArrayView("\xFE\xFF", 2), QStringConverter::Utf16BE},
+        { QByteArrayView("\xEF\xBB\xBF", 3), QStringConverter::Utf8 },
+        { QByteArrayView("\xFF\xFE\x00\x00", 4), QStringConverter::Utf32LE },
+        { QByteArrayView("\x00\x00\xFE\xFF", 4), QStringConverter::Utf32BE },
+        { QByteArrayView("\xFF\xFE", 2), QStringConverter::Utf16LE },
+        { QByteArrayView("\xFE\xFF", 2), QStringConverter::Utf16BE },
     };
     for (const Mark& mark : marks) {
         if (!QByteArrayView(bytes).startsWith(mark.bytes))

@@ -1,10 +1,9 @@
-#include "intake/TextReader.h"
-
 #include "intake/DocReader.h"
 #include "intake/DocxReader.h"
 #include "intake/HtmlReader.h"
 #include "intake/PlainTextReader.h"
 #include "intake/RtfReader.h"
+#include "intake/TextReader.h"
 #include "intake/WebArchiveReader.h"
 
 std::unique_ptr<TextReader> textReaderForExtension(const QString& extension)
