@@ -13,7 +13,7 @@ PACKAGES=(
   libzip-dev libuchardet-dev libheif-dev libsane-dev
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
-  shared-mime-info fonts-dejavu-core
+  shared-mime-info fonts-dejavu-core fonts-wqy-microhei
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
 )

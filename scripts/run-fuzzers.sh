@@ -6,7 +6,7 @@ build=${1:-build-fuzz}
 seconds=${2:-30}
 status=0
 for target in "$build"/fuzz/fuzz_*; do
-  [ -x "$target" ] || continue
+  [ -f "$target" ] && [ -x "$target" ] || continue
   name=$(basename "$target")
   parser=${name#fuzz_}
   work=$(mktemp -d)
