@@ -120,6 +120,15 @@ QByteArray QuillarcDocument::fileData() const
     return PackageMember::read(fileURL()).data;
 }
 
+QString QuillarcDocument::fileCopyName() const
+{
+    const QString label = localizedString(QStringLiteral("FILE_COPY_LABEL"));
+    const QString base = slipNumber().isEmpty()
+        ? QStringLiteral("(%1) %2").arg(label, name())
+        : QStringLiteral("(%1) %2_%3").arg(label, allowedPathString(slipNumber()), name());
+    return extension().isEmpty() ? base : base + QLatin1Char('.') + extension();
+}
+
 QString QuillarcDocument::applicationSupportDirectory()
 {
     const QString directory =

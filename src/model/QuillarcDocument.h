@@ -54,6 +54,11 @@ public:
     /// empty when the member is missing or damaged.
     QByteArray fileData() const;
 
+    /// The name of a copy handed out (file copy, export): "(label) slip_name"
+    /// with the slip number reduced to path-safe characters, or "(label)
+    /// name" without one, then the extension.
+    QString fileCopyName() const;
+
     /// "~/.local/share/Quillarc", created when missing.
     static QString applicationSupportDirectory();
     /// A plain copy of the archived file for other applications; an existing
