@@ -25,14 +25,13 @@ bool BatchIntake::start(const QStringList& paths, const GroupPtr& group, const P
     m_skipped.clear();
     m_values = SheetValues();
     m_archive.checkForFilesWrapper();
+    // Members wait under temporary names until the whole batch is read; then
+    // one sync makes them durable and they are renamed into place together.
+    m_intake.beginStaging();
     for (qsizetype i = 0; i < paths.size(); ++i) {
         if (progress && !progress(int(i), int(paths.size()))) {
             // Nothing of a stopped batch stays: its records never joined a group.
-            const QDir files(m_archive.filesPath());
-            for (const DocumentPtr& record : std::as_const(m_batchDocuments)) {
-                if (!record->path().isEmpty())
-                    QDir(files.filePath(record->uniqueID())).removeRecursively();
-            }
+            m_intake.discardStagedMembers();
             m_batchDocuments.clear();
             return false;
         }
@@ -56,6 +55,20 @@ bool BatchIntake::start(const QStringList& paths, const GroupPtr& group, const P
         }
         m_batchDocuments.append(record);
     }
+    QStringList failed;
+    if (!m_intake.commitStagedMembers(&failed)) {
+        qCWarning(lcQuillarc).noquote() << QStringLiteral("SKIP FILE: %1").arg(m_intake.errorString());
+        m_skipped.append(m_intake.errorString());
+        m_batchDocuments.clear();
+        return false;
+    }
+    // A record whose member could not be put in place does not come in.
+    m_batchDocuments.removeIf([&](const DocumentPtr& record) {
+        if (!failed.contains(record->uniqueID()))
+            return false;
+        m_skipped.append(QStringLiteral("%1: cannot move its member into place").arg(record->name()));
+        return true;
+    });
 
     const PreferencesPtr preferences = m_archive.preferences();
     m_values.colorTagBatchDocuments = Value::integer(7);

@@ -34,8 +34,9 @@ public:
     /// Builds the records of the files in the given order, skipping paths
     /// that do not exist, folders, packages and refused files (each with a
     /// "SKIP FILE: %@" line), then fills the shared values from the archive.
-    /// Returns false when stopped: the members written so far are removed
-    /// and the batch is empty.
+    /// Members are staged and put in place together at the end. Returns
+    /// false when stopped or when the members cannot be flushed to disk: the
+    /// members written so far are removed and the batch is empty.
     bool start(const QStringList& paths, const GroupPtr& group, const Progress& progress = {});
 
     /// Applies the shared values to every record, writes their audit entries,

@@ -23,6 +23,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,11 +41,11 @@ bool syncPath(const QString& path, int flags)
     return synced;
 }
 
-bool writeSynced(const QString& path, const QByteArray& bytes, QString* error)
+bool writeSynced(const QString& path, const QByteArray& bytes, bool sync, QString* error)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) || file.write(bytes) != bytes.size() || !file.flush()
-        || ::fsync(file.handle()) != 0) {
+        || (sync && ::fsync(file.handle()) != 0)) {
         *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;
     }
@@ -122,8 +123,10 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     record->setField(QuillarcDocument::Extension, Value::string(extension));
 
     // 4. Type and its description in the user's language.
+    QString mimeName;
     if (source.hasAttributes()) {
         const QMimeType mime = QMimeDatabase().mimeTypeForFile(filePath);
+        mimeName = mime.name();
         record->setField(QuillarcDocument::FileKind, Value::string(mime.comment()));
         record->setField(QuillarcDocument::FileType, Value::string(mime.name()));
     } else {
@@ -212,7 +215,15 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     {
         PhaseTimer timer(m_timings.previewsNs);
         quickLook = PreviewMaker::quickLookFromURL(filePath);
-        fileIcon = PreviewMaker::fileIconFromURL(filePath);
+    }
+    {
+        PhaseTimer timer(m_timings.iconsNs);
+        fileIcon = mimeName.isEmpty() ? QByteArray() : m_iconCache.value(mimeName);
+        if (fileIcon.isEmpty()) {
+            fileIcon = PreviewMaker::fileIconFromURL(filePath);
+            if (!mimeName.isEmpty() && QFileInfo::exists(filePath))
+                m_iconCache.insert(mimeName, fileIcon);
+        }
     }
     {
         PhaseTimer timer(m_timings.writingNs);
@@ -234,11 +245,16 @@ bool DocumentIntake::writeMember(const QString& uniqueID, const QString& name, c
     const QDir files(filesPath);
     const QString temporary = files.filePath(temporaryMemberPrefix + uniqueID);
     const QString target = files.filePath(uniqueID);
+    const bool sync = !m_staging;
     QString error;
     if (QFileInfo::exists(target) || !QDir().mkdir(temporary)) {
         error = QStringLiteral("cannot create a member folder in %1").arg(filesPath);
-    } else if (writeSynced(QDir(temporary).filePath(name), member, &error)
-        && writeSynced(QDir(temporary).filePath(name + QStringLiteral(".png")), png, &error)) {
+    } else if (writeSynced(QDir(temporary).filePath(name), member, sync, &error)
+        && writeSynced(QDir(temporary).filePath(name + QStringLiteral(".png")), png, sync, &error)) {
+        if (m_staging) {
+            m_stagedIDs.append(uniqueID);
+            return true;
+        }
         syncPath(temporary, O_RDONLY | O_DIRECTORY);
         if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0)
             error = QStringLiteral("cannot move the member into place: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
@@ -251,6 +267,53 @@ bool DocumentIntake::writeMember(const QString& uniqueID, const QString& name, c
     m_errorString = error;
     qCWarning(lcQuillarc).noquote() << QStringLiteral("SKIP FILE: %1").arg(error);
     return false;
+}
+
+void DocumentIntake::beginStaging()
+{
+    m_staging = true;
+    m_stagedIDs.clear();
+}
+
+bool DocumentIntake::commitStagedMembers(QStringList* failedIDs)
+{
+    failedIDs->clear();
+    m_staging = false;
+    const QStringList staged = std::exchange(m_stagedIDs, {});
+    if (staged.isEmpty())
+        return true;
+    const QString filesPath = m_archive.filesPath();
+    const QDir files(filesPath);
+    // One sync makes every staged byte and folder entry durable before any
+    // member appears under its final name.
+    const int fd = ::open(QFile::encodeName(filesPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool synced = fd >= 0 && ::syncfs(fd) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    if (!synced) {
+        m_errorString = QStringLiteral("cannot flush the new members in %1 to disk").arg(filesPath);
+        for (const QString& uniqueID : staged)
+            QDir(files.filePath(temporaryMemberPrefix + uniqueID)).removeRecursively();
+        *failedIDs = staged;
+        return false;
+    }
+    for (const QString& uniqueID : staged) {
+        const QString temporary = files.filePath(temporaryMemberPrefix + uniqueID);
+        if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(files.filePath(uniqueID)).constData()) != 0) {
+            QDir(temporary).removeRecursively();
+            failedIDs->append(uniqueID);
+        }
+    }
+    syncPath(filesPath, O_RDONLY | O_DIRECTORY);
+    return true;
+}
+
+void DocumentIntake::discardStagedMembers()
+{
+    m_staging = false;
+    const QDir files(m_archive.filesPath());
+    for (const QString& uniqueID : std::exchange(m_stagedIDs, {}))
+        QDir(files.filePath(temporaryMemberPrefix + uniqueID)).removeRecursively();
 }
 
 int DocumentIntake::removeUnfinishedMembers(const QString& filesPath)

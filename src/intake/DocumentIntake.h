@@ -2,7 +2,9 @@
 
 #include "model/Value.h"
 
+#include <QHash>
 #include <QObject>
+#include <QStringList>
 #include <QString>
 
 class Document;
@@ -32,7 +34,8 @@ public:
     {
         qint64 attributesNs = 0; ///< statx, file type and description, tags
         qint64 extractionNs = 0; ///< text content (recognition of images included)
-        qint64 previewsNs = 0;   ///< preview and icon
+        qint64 previewsNs = 0;   ///< previews
+        qint64 iconsNs = 0;      ///< icons of the files' types
         qint64 readingNs = 0;    ///< reading and hashing the bytes
         qint64 writingNs = 0;    ///< encoding and writing the member
     };
@@ -67,6 +70,19 @@ public:
     /// written at once; confirming its sheet writes a second one.
     DocumentPtr addScanDocumentWithURL(const QString& filePath, const GroupPtr& group);
 
+    /// Staged writing, for many files at once: members are written under
+    /// their temporary names without waiting for the disk, and only
+    /// commitStagedMembers() flushes them all with one file-system sync and
+    /// renames them into place. Until then no member stands under a
+    /// document's name.
+    void beginStaging();
+    /// Flushes and renames the staged members; false (with errorString()) when
+    /// the sync failed, and then nothing was renamed. Renames that fail are
+    /// returned in failedIDs and their folders removed.
+    bool commitStagedMembers(QStringList* failedIDs);
+    /// Removes the staged members and leaves staging.
+    void discardStagedMembers();
+
     /// Appends records to a group's documents, announcing "documentCount".
     void appendDocuments(const GroupPtr& group, const QList<DocumentPtr>& records);
 
@@ -95,4 +111,7 @@ private:
     Document& m_archive;
     QString m_errorString;
     Timings m_timings;
+    bool m_staging = false;
+    QStringList m_stagedIDs;
+    QHash<QString, QByteArray> m_iconCache; ///< icon bytes by MIME type: the same for every file of a type
 };
