@@ -19,7 +19,6 @@
 #include <QPdfWriter>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-
 #include <zip.h>
 
 namespace {
@@ -49,14 +48,16 @@ void writeDocx(const QString& path, const QString& text)
     zip_t* archive = zip_open(QFile::encodeName(path).constData(), ZIP_CREATE | ZIP_TRUNCATE, &error);
     if (!archive)
         return;
-    const QByteArray types = "<?xml version=\"1.0\"?><Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
-                             "<Override PartName=\"/word/document.xml\" ContentType=\"application/vnd.openxmlformats-"
-                             "officedocument.wordprocessingml.document.main+xml\"/></Types>";
+    const QByteArray types
+        = "<?xml version=\"1.0\"?><Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+          "<Override PartName=\"/word/document.xml\" ContentType=\"application/vnd.openxmlformats-"
+          "officedocument.wordprocessingml.document.main+xml\"/></Types>";
     const QByteArray body = "<?xml version=\"1.0\"?><w:document xmlns:w=\"http://schemas.openxmlformats.org/"
                             "wordprocessingml/2006/main\"><w:body><w:p><w:r><w:t>"
         + text.toUtf8() + "</w:t></w:r></w:p></w:body></w:document>";
     // libzip reads the buffers at zip_close(), so they must live until then.
-    const QList<QPair<const char*, QByteArray>> entries { { "[Content_Types].xml", types }, { "word/document.xml", body } };
+    const QList<QPair<const char*, QByteArray>> entries { { "[Content_Types].xml", types },
+        { "word/document.xml", body } };
     for (const auto& [name, data] : entries) {
         zip_source_t* source = zip_source_buffer(archive, data.constData(), zip_uint64_t(data.size()), 0);
         zip_file_add(archive, name, source, ZIP_FL_OVERWRITE);
@@ -73,11 +74,19 @@ QStringList generate(const QString& folder, int count)
         const QString text = sentence(random, 40 + random.bounded(200));
         QString path;
         switch (i % 20) {
-        case 0: case 1: case 2: case 3: case 4:
+        case 0:
+        case 1:
+        case 2:
+        case 3:
+        case 4:
             path = QStringLiteral("%1/note %2.txt").arg(folder).arg(i);
             writeBytes(path, text.toUtf8());
             break;
-        case 5: case 6: case 7: case 8: case 9: {
+        case 5:
+        case 6:
+        case 7:
+        case 8:
+        case 9: {
             path = QStringLiteral("%1/invoice %2.pdf").arg(folder).arg(i);
             QPdfWriter writer(path);
             QPainter painter(&writer);
@@ -85,14 +94,21 @@ QStringList generate(const QString& folder, int count)
             painter.drawText(QRectF(300, 300, 9000, 12000), Qt::TextWordWrap, text);
             break;
         }
-        case 10: case 11: case 12: case 13:
+        case 10:
+        case 11:
+        case 12:
+        case 13:
             path = QStringLiteral("%1/page %2.html").arg(folder).arg(i);
-            writeBytes(path, "<html><head><meta charset=\"utf-8\"><title>Beleg</title></head><body><p>" + text.toUtf8()
+            writeBytes(path,
+                "<html><head><meta charset=\"utf-8\"><title>Beleg</title></head><body><p>" + text.toUtf8()
                     + "</p></body></html>");
             break;
-        case 14: case 15: case 16:
+        case 14:
+        case 15:
+        case 16:
             path = QStringLiteral("%1/letter %2.rtf").arg(folder).arg(i);
-            writeBytes(path, "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0 Helvetica;}}\\f0\\fs24 " + text.toLatin1() + "\\par}");
+            writeBytes(
+                path, "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0 Helvetica;}}\\f0\\fs24 " + text.toLatin1() + "\\par}");
             break;
         default:
             path = QStringLiteral("%1/contract %2.docx").arg(folder).arg(i);
@@ -124,7 +140,9 @@ QStringList generateImages(const QString& folder, int count)
 
 void printSplit(const DocumentIntake::Timings& t, double wallMs)
 {
-    const auto part = [wallMs](qint64 ns) { return QStringLiteral("%1 ms (%2 %)").arg(ns / 1e6, 0, 'f', 0).arg(100.0 * ns / 1e6 / wallMs, 0, 'f', 1); };
+    const auto part = [wallMs](qint64 ns) {
+        return QStringLiteral("%1 ms (%2 %)").arg(ns / 1e6, 0, 'f', 0).arg(100.0 * ns / 1e6 / wallMs, 0, 'f', 1);
+    };
     std::printf("    attributes/type/tags %s\n", qPrintable(part(t.attributesNs)));
     std::printf("    text extraction      %s\n", qPrintable(part(t.extractionNs)));
     std::printf("    previews             %s\n", qPrintable(part(t.previewsNs)));
@@ -155,7 +173,8 @@ int main(int argc, char** argv)
         totalBytes / 1048576.0);
 
     // Reference: copying and hashing the same files with the system's tools.
-    const double copyMs = bench::timeCommandMs(QStringLiteral("cp"), { QStringLiteral("-r"), sources, dir.filePath(QStringLiteral("copy")) });
+    const double copyMs = bench::timeCommandMs(
+        QStringLiteral("cp"), { QStringLiteral("-r"), sources, dir.filePath(QStringLiteral("copy")) });
     const double md5Ms = bench::timeCommandMs(QStringLiteral("md5sum"), paths);
 
     Document archive;
@@ -177,12 +196,13 @@ int main(int argc, char** argv)
     const DocumentIntake::Timings split = intake.timings();
 
     std::printf("intake (batch of %lld records):\n", qlonglong(batch.batchArrayCount()));
-    std::printf("  build %.0f ms wall, %.0f ms CPU: %.1f files/s\n", build.wallMs, build.cpuMs, 1000.0 * paths.size() / build.wallMs);
+    std::printf("  build %.0f ms wall, %.0f ms CPU: %.1f files/s\n", build.wallMs, build.cpuMs,
+        1000.0 * paths.size() / build.wallMs);
     printSplit(split, build.wallMs);
-    std::printf("  confirm (shared values, %d audit entries) %.1f ms; save %.0f ms\n", int(batch.batchArrayCount()), confirm.wallMs,
-        save.wallMs);
-    std::printf("reference: cp -r %.0f ms, md5sum %.0f ms (together %.0f ms); intake / (cp + md5sum) = %.1f\n", copyMs, md5Ms,
-        copyMs + md5Ms, build.wallMs / (copyMs + md5Ms));
+    std::printf("  confirm (shared values, %d audit entries) %.1f ms; save %.0f ms\n", int(batch.batchArrayCount()),
+        confirm.wallMs, save.wallMs);
+    std::printf("reference: cp -r %.0f ms, md5sum %.0f ms (together %.0f ms); intake / (cp + md5sum) = %.1f\n", copyMs,
+        md5Ms, copyMs + md5Ms, build.wallMs / (copyMs + md5Ms));
 
     DocumentIntake imageIntake(archive);
     QList<double> perImage;
@@ -192,7 +212,12 @@ int main(int argc, char** argv)
     }
     std::printf("PNG pages (A4 at 150 dpi, text recognition always on): median %.0f ms per file, worst %.0f ms\n",
         bench::median(perImage), bench::worst(perImage));
-    printSplit(imageIntake.timings(), [&] { double s = 0; for (double v : perImage) s += v; return s; }());
+    printSplit(imageIntake.timings(), [&] {
+        double s = 0;
+        for (double v : perImage)
+            s += v;
+        return s;
+    }());
     std::printf("peak memory %.0f MiB\n", bench::peakRssMiB());
     return 0;
 }

@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "TestSupport.h"
-
 #include "intake/BatchIntake.h"
 #include "intake/DocumentIntake.h"
 #include "intake/SourceFile.h"
@@ -9,6 +8,8 @@
 #include "model/QuillarcPreferences.h"
 #include "store/ExtendedAttributes.h"
 #include "store/IntegrityValidator.h"
+#include "store/KeyedArchiver.h"
+#include "store/KeyedUnarchiver.h"
 #include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
 
@@ -22,7 +23,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -117,7 +117,8 @@ void TestIntake::voucherRule_data()
     QTest::addColumn<qint64>("next");
 
     const Value nil;
-    QTest::newRow("prefix and suffix") << true << Value::string("RE-") << Value::integer(41) << Value::string("/24") << "RE-41/24" << qint64(42);
+    QTest::newRow("prefix and suffix") << true << Value::string("RE-") << Value::integer(41) << Value::string("/24")
+                                       << "RE-41/24" << qint64(42);
     QTest::newRow("nil prefix and suffix") << true << nil << Value::integer(7) << nil << "7" << qint64(8);
     QTest::newRow("nil number") << true << Value::string("A") << nil << Value::string("Z") << "AZ" << qint64(1);
     QTest::newRow("zero") << true << Value::string("") << Value::integer(0) << Value::string("") << "0" << qint64(1);
@@ -152,14 +153,30 @@ void TestIntake::fileNames_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("extension");
 
-    QTest::newRow("two dots") << "a.b.pdf" << "a.b" << "pdf";
-    QTest::newRow("no extension") << "README" << "README" << "";
-    QTest::newRow("case kept") << "Scan.PDF" << "Scan" << "PDF";
-    QTest::newRow("hidden, no extension") << ".profile" << ".profile" << "";
-    QTest::newRow("hidden with extension") << ".notes.txt" << ".notes" << "txt";
-    QTest::newRow("trailing dot") << "draft." << "draft." << "";
-    QTest::newRow("blank inside") << "Invoice 2024.txt" << "Invoice 2024" << "txt";
-    QTest::newRow("newline and quotes") << "a\"b'\nc.txt" << "a\"b'\nc" << "txt";
+    QTest::newRow("two dots") << "a.b.pdf"
+                              << "a.b"
+                              << "pdf";
+    QTest::newRow("no extension") << "README"
+                                  << "README"
+                                  << "";
+    QTest::newRow("case kept") << "Scan.PDF"
+                               << "Scan"
+                               << "PDF";
+    QTest::newRow("hidden, no extension") << ".profile"
+                                          << ".profile"
+                                          << "";
+    QTest::newRow("hidden with extension") << ".notes.txt"
+                                           << ".notes"
+                                           << "txt";
+    QTest::newRow("trailing dot") << "draft."
+                                  << "draft."
+                                  << "";
+    QTest::newRow("blank inside") << "Invoice 2024.txt"
+                                  << "Invoice 2024"
+                                  << "txt";
+    QTest::newRow("newline and quotes") << "a\"b'\nc.txt"
+                                        << "a\"b'\nc"
+                                        << "txt";
 }
 
 void TestIntake::fileNames()
@@ -277,7 +294,8 @@ void TestIntake::unsavedArchiveIsRefused()
     unsaved.setUpAfterReading();
     DocumentIntake intake(unsaved);
     QVERIFY(!intake.quillarcDocumentForURL(writeSource(QStringLiteral("a.txt"), "a"), nullptr));
-    QCOMPARE(intake.errorString(), localizedString(QStringLiteral("You need to name and save the current Quillarc document first.")));
+    QCOMPARE(intake.errorString(),
+        localizedString(QStringLiteral("You need to name and save the current Quillarc document first.")));
 }
 
 void TestIntake::singleIntakeConfirmAndCancel()
@@ -313,7 +331,8 @@ void TestIntake::singleIntakeConfirmAndCancel()
     QVERIFY(!memberFolders().contains(dropped->uniqueID()));
     QVERIFY(memberFolders().contains(kept->uniqueID()));
     // The number given back goes to the next file.
-    QCOMPARE(intake.addDocument(writeSource(QStringLiteral("next.txt"), "n"), m_group)->slipNumber(), QStringLiteral("6"));
+    QCOMPARE(
+        intake.addDocument(writeSource(QStringLiteral("next.txt"), "n"), m_group)->slipNumber(), QStringLiteral("6"));
 }
 
 void TestIntake::scanIntakeLogsTwice()
@@ -360,7 +379,8 @@ void TestIntake::batchNumberingAndSharedValues()
 
     DocumentIntake intake(archive);
     BatchIntake batch(archive, intake);
-    QVERIFY(batch.start({ writeSource(QStringLiteral("1.txt"), "1"), tagged, writeSource(QStringLiteral("3.txt"), "3") }, m_group));
+    QVERIFY(batch.start(
+        { writeSource(QStringLiteral("1.txt"), "1"), tagged, writeSource(QStringLiteral("3.txt"), "3") }, m_group));
     QCOMPARE(batch.batchArrayCount(), 3);
     QVERIFY(m_group->documents().isEmpty());
     QCOMPARE(batch.values().voucherNumberingBatchDocuments, numbering);
@@ -388,7 +408,8 @@ void TestIntake::batchNumberingAndSharedValues()
     // Counted from the stored value, not the edited start, numbered or not.
     QCOMPARE(preferences->voucherNumber(), qint64(13));
     QCOMPARE(archive.container()->logs().size(), 3);
-    QCOMPARE(archive.container()->logs()[2]->field(QuillarcLogObject::ObjectUniqueID).toString(), records[2]->uniqueID());
+    QCOMPARE(
+        archive.container()->logs()[2]->field(QuillarcLogObject::ObjectUniqueID).toString(), records[2]->uniqueID());
 }
 
 void TestIntake::batchSkipsFoldersAndPackages()
@@ -400,7 +421,8 @@ void TestIntake::batchSkipsFoldersAndPackages()
     QTest::ignoreMessage(QtInfoMsg, QRegularExpression("SKIP FILE: .*folder"));
     QTest::ignoreMessage(QtInfoMsg, QRegularExpression("SKIP FILE: .*Old.quillarc: "));
     QTest::ignoreMessage(QtInfoMsg, QRegularExpression("SKIP FILE: .*missing.txt"));
-    QVERIFY(batch.start({ sourcePath("folder"), writeSource("a.txt", "a"), sourcePath("Old.quillarc"), sourcePath("missing.txt") },
+    QVERIFY(batch.start(
+        { sourcePath("folder"), writeSource("a.txt", "a"), sourcePath("Old.quillarc"), sourcePath("missing.txt") },
         m_group));
     QCOMPARE(batch.batchArrayCount(), 1);
     QCOMPARE(batch.skipped().size(), 3);
@@ -594,8 +616,8 @@ void TestIntake::cliAddAndPrefs()
     QCOMPARE(runCli({ "prefs", archivePath, "noSuchKey" }).exitCode, 2);
     QCOMPARE(runCli({ "prefs", archivePath, "voucherPrefix" }).out, QByteArray("RE-\n"));
 
-    const CliRun single = runCli({ "add", archivePath, writeSource("one.txt", "1"), "--group", "Receipts", "--tags", "a,b",
-        "--comment", "hello", "--color", "2" });
+    const CliRun single = runCli({ "add", archivePath, writeSource("one.txt", "1"), "--group", "Receipts", "--tags",
+        "a,b", "--comment", "hello", "--color", "2" });
     QVERIFY2(single.exitCode == 0, single.err.constData());
     QVERIFY(single.out.contains("[RE-41]"));
     QVERIFY(single.out.contains("Created group \"Receipts\""));
@@ -610,15 +632,30 @@ void TestIntake::cliAddAndPrefs()
     const CliRun refused = runCli({ "add", archivePath, "/dev/zero" });
     QCOMPARE(refused.exitCode, 1);
 
+    // Marked open on another computer: refused without --force, nothing written.
+    {
+        Value database = KeyedUnarchiver::unarchiveObjectWithData(readFile(archivePath + "/Quillarc.qldb"));
+        database.mutableDictionary().insert(QStringLiteral("isAlreadyOpen"), Value::boolean(true));
+        database.mutableDictionary().insert(
+            QStringLiteral("host"), Value::string(QStringLiteral("elsewhere (Someone)")));
+        QVERIFY(writeFile(archivePath + "/Quillarc.qldb", KeyedArchiver::archivedDataWithRootObject(database)));
+    }
+    const QByteArray marked = readFile(archivePath + "/Quillarc.qldb");
+    QCOMPARE(runCli({ "add", archivePath, writeSource("four.txt", "4") }).exitCode, 1);
+    QCOMPARE(runCli({ "prefs", archivePath, "voucherNumber", "1" }).exitCode, 1);
+    QCOMPARE(readFile(archivePath + "/Quillarc.qldb"), marked);
+    QCOMPARE(runCli({ "prefs", archivePath, "voucherNumber" }).out, QByteArray("44\n"));
+    QCOMPARE(runCli({ "add", archivePath, sourcePath("four.txt"), "--force" }).exitCode, 0);
+
     const auto reopened = ArchiveFixture::reopen(archivePath);
     QVERIFY(reopened);
     QCOMPARE(reopened->allGroups().size(), 1);
     const QList<DocumentPtr> documents = reopened->allDocuments();
-    QCOMPARE(documents.size(), 3);
+    QCOMPARE(documents.size(), 4);
     QCOMPARE(documents[0]->tags(), QStringList({ "a", "b" }));
     QCOMPARE(documents[0]->comment(), QStringLiteral("hello"));
     QVERIFY(!documents[1]->isLocked());
-    QCOMPARE(reopened->container()->logs().size(), 3);
+    QCOMPARE(reopened->container()->logs().size(), 4);
     for (const DocumentPtr& document : documents)
         QVERIFY(!document->isFileCorrupted());
     QVERIFY(!reopened->isAlreadyOpen());
@@ -637,7 +674,8 @@ void TestIntake::cliAddTakesNamesThatAreNotUtf8()
     // Only a shell can hand the raw name over; QProcess arguments are text.
     QProcess shell;
     shell.setWorkingDirectory(m_sources.path());
-    shell.start(QStringLiteral("sh"), { "-c", "\"$QUILLARC_CLI\" add \"$1\" \"$(printf 'bad\\377.txt')\"", "sh", archivePath });
+    shell.start(
+        QStringLiteral("sh"), { "-c", "\"$QUILLARC_CLI\" add \"$1\" \"$(printf 'bad\\377.txt')\"", "sh", archivePath });
     QVERIFY(shell.waitForFinished(120000));
     QVERIFY2(shell.exitCode() == 0, shell.readAllStandardError().constData());
 

@@ -24,15 +24,18 @@ private:
 };
 } // namespace
 
-std::unique_ptr<Document> CliArchive::open(const char* command, const QString& path, Document::OpenMode mode, bool force)
+std::unique_ptr<Document> CliArchive::open(const char* command, const QString& path, Document::OpenMode mode, bool force,
+    Document::ReadResult* result)
 {
     auto archive = std::make_unique<Document>();
     CliOpenElsewhereQuestion question(force);
     archive->setOpenElsewhereQuestion(&question);
     DocumentError error;
-    const Document::ReadResult result = archive->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, mode);
+    const Document::ReadResult read = archive->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, mode);
     archive->setOpenElsewhereQuestion(nullptr);
-    if (result != Document::ReadResult::Success) {
+    if (result)
+        *result = read;
+    if (read != Document::ReadResult::Success) {
         cliFail(command, error.isNull() ? QStringLiteral("cannot open %1").arg(path) : error.text());
         return nullptr;
     }

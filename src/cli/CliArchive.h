@@ -11,8 +11,10 @@
 class CliArchive
 {
 public:
-    /// Opens the archive at path; on failure prints the reason and returns nullptr.
-    static std::unique_ptr<Document> open(const char* command, const QString& path, Document::OpenMode mode, bool force = false);
+    /// Opens the archive at path; on failure prints the reason and returns
+    /// nullptr. `result` tells a refusal (marked open elsewhere) from an error.
+    static std::unique_ptr<Document> open(const char* command, const QString& path, Document::OpenMode mode, bool force = false,
+        Document::ReadResult* result = nullptr);
     /// Clears the open mark and saves, as closing the archive's window does.
     static bool close(const char* command, Document& archive);
 };

@@ -12,7 +12,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
-
 #include <optional>
 #include <unistd.h>
 
@@ -50,9 +49,9 @@ GroupPtr targetGroup(Document& archive, const QString& title, bool* created)
                 return group;
         }
     } else {
-        const qint64 selected = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection")).toInteger();
-        if (selected >= 0 && selected < groups.size())
-            return groups[selected];
+        const Value selected = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection"));
+        if (selected.isNumber() && selected.toInteger() >= 0 && selected.toInteger() < groups.size())
+            return groups[selected.toInteger()];
     }
     auto group = QuillarcGroup::create();
     if (!title.isEmpty())
@@ -91,8 +90,8 @@ QString reachablePath(const QString& argument, const QByteArray& raw, QTemporary
     QByteArray target = raw;
     if (!target.startsWith('/'))
         target = QFile::encodeName(QDir::currentPath()) + '/' + raw;
-    const QString link = QDir(aliases.path()).filePath(QString::number(qHash(raw)) + QLatin1Char('/')
-        + QFileInfo(argument).fileName());
+    const QString link = QDir(aliases.path())
+                             .filePath(QString::number(qHash(raw)) + QLatin1Char('/') + QFileInfo(argument).fileName());
     QDir().mkpath(QFileInfo(link).absolutePath());
     if (::symlink(target.constData(), QFile::encodeName(link).constData()) != 0)
         return argument;
@@ -102,7 +101,8 @@ QString reachablePath(const QString& argument, const QByteArray& raw, QTemporary
 QString describe(const DocumentPtr& record)
 {
     const QString slip = record->slipNumber().isEmpty() ? QString() : QStringLiteral(" [%1]").arg(record->slipNumber());
-    const QString stored = record->path().isEmpty() ? QStringLiteral(" (no member stored: the name is taken in Files/)") : QString();
+    const QString stored
+        = record->path().isEmpty() ? QStringLiteral(" (no member stored: the name is taken in Files/)") : QString();
     return QStringLiteral("  %1%2  %3%4\n").arg(record->uniqueID(), slip, record->name(), stored);
 }
 
@@ -144,14 +144,19 @@ int runAdd(const QStringList& arguments)
     if (options.archivePath.isEmpty() || options.files.isEmpty())
         return cliFail(command, QStringLiteral("expected an archive and at least one file"));
 
-    const auto archive = CliArchive::open(command, options.archivePath, Document::OpenMode::ReadWrite, options.force);
+    Document::ReadResult read = Document::ReadResult::Failed;
+    const auto archive
+        = CliArchive::open(command, options.archivePath, Document::OpenMode::ReadWrite, options.force, &read);
     if (!archive)
-        return ExitError;
+        return read == Document::ReadResult::QuitRequested ? ExitRefused : ExitError;
     DocumentIntake intake(*archive);
     bool groupCreated = false;
     const GroupPtr group = targetGroup(*archive, options.groupTitle, &groupCreated);
     if (groupCreated)
         cliOut(QStringLiteral("Created group \"%1\"\n").arg(group->groupTitle()));
+    // The group taken into is saved as the selected one, as the window would leave it.
+    archive->setSelectionProvider(
+        [&archive = *archive, group] { return std::pair<qint64, qint64>(archive.allGroups().indexOf(group), -1); });
 
     int status = ExitOk;
     if (options.files.size() == 1) {
@@ -202,7 +207,9 @@ int runAdd(const QStringList& arguments)
             status = ExitRefused;
         } else {
             batch.closeAddBatchDocumentsSheet();
-            QString text = QStringLiteral("Added %1 documents to \"%2\":\n").arg(batch.batchArrayCount()).arg(group->groupTitle());
+            QString text = QStringLiteral("Added %1 documents to \"%2\":\n")
+                               .arg(batch.batchArrayCount())
+                               .arg(group->groupTitle());
             for (const DocumentPtr& record : batch.batchDocuments())
                 text += describe(record);
             cliOut(text);

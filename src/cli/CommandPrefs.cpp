@@ -98,15 +98,17 @@ int runPrefs(const QStringList& arguments)
         }
     }
 
-    const auto archive = CliArchive::open(command, positional[0],
-        setting ? Document::OpenMode::ReadWrite : Document::OpenMode::ReadOnly, force);
+    Document::ReadResult read = Document::ReadResult::Failed;
+    const auto archive = CliArchive::open(
+        command, positional[0], setting ? Document::OpenMode::ReadWrite : Document::OpenMode::ReadOnly, force, &read);
     if (!archive)
-        return ExitError;
+        return read == Document::ReadResult::QuitRequested ? ExitRefused : ExitError;
     const PreferencesPtr preferences = archive->preferences();
     if (index < 0) {
         QString text;
         for (const FieldSpec& spec : info.fields())
-            text += QStringLiteral("%1 = %2\n").arg(QString(spec.key), valueText(preferences->field(info.indexOf(QString(spec.key)))));
+            text += QStringLiteral("%1 = %2\n")
+                        .arg(QString(spec.key), valueText(preferences->field(info.indexOf(QString(spec.key)))));
         cliOut(text);
         return ExitOk;
     }

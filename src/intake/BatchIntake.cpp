@@ -122,8 +122,8 @@ void BatchIntake::closeAddBatchDocumentsSheet()
     }
     // Counted from the stored value, whatever start number the sheet showed.
     if (preferences)
-        preferences->setValue(QuillarcPreferences::VoucherNumber,
-            Value::integer(preferences->voucherNumber() + m_batchDocuments.size()));
+        preferences->setValue(
+            QuillarcPreferences::VoucherNumber, Value::integer(preferences->voucherNumber() + m_batchDocuments.size()));
     m_intake.appendDocuments(m_group, m_batchDocuments);
     m_archive.updateChangeCount();
 }

@@ -20,12 +20,11 @@
 #include <QLocale>
 #include <QMimeDatabase>
 #include <QTimer>
-
 #include <cerrno>
 #include <cstring>
-#include <utility>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -97,7 +96,8 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     const SourceFile source(filePath);
     const QString fileName = QFileInfo(filePath).fileName();
     if (source.kind() == SourceFile::Kind::Directory && isFilePackage(filePath))
-        m_errorString = QStringLiteral("%1: %2").arg(filePath, localizedString(QStringLiteral("File format not supported.")));
+        m_errorString
+            = QStringLiteral("%1: %2").arg(filePath, localizedString(QStringLiteral("File format not supported.")));
     else
         m_errorString = source.refusal();
     if (!m_errorString.isEmpty()) {
@@ -144,7 +144,8 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
         record->setField(QuillarcDocument::ModificationDate, Value());
         record->setField(QuillarcDocument::CreationDate, Value());
     }
-    record->setField(QuillarcDocument::FileID, Value::string(QString::number(source.hasAttributes() ? source.inode() : 0)));
+    record->setField(
+        QuillarcDocument::FileID, Value::string(QString::number(source.hasAttributes() ? source.inode() : 0)));
 
     // 6. The date the archive lists the record under.
     switch (preferences->folderImportDateUsageKind()) {
@@ -189,7 +190,8 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
         ExtractionOptions options;
         options.ocrLanguageKind = int(preferences->ocrLanguageKind());
         options.ocrPrioritiseAccuracy = preferences->ocrPrioritiseAccuracy();
-        record->setField(QuillarcDocument::ContentString, Value::string(contenStringFromURL(filePath, extension, options)));
+        record->setField(
+            QuillarcDocument::ContentString, Value::string(contenStringFromURL(filePath, extension, options)));
     }
 
     // 10. A files-folder entry already named like the file: the record stays
@@ -209,7 +211,8 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
         if (!source.readAll(&bytes, &md5Hex, &readError))
             qCWarning(lcQuillarc).noquote() << QStringLiteral("%1: archived empty: %2").arg(filePath, readError);
     }
-    record->setField(QuillarcDocument::String, Value::string(Fingerprint::saltedFingerprintOfDigest(md5Hex, m_archive.string())));
+    record->setField(
+        QuillarcDocument::String, Value::string(Fingerprint::saltedFingerprintOfDigest(md5Hex, m_archive.string())));
     QByteArray quickLook;
     QByteArray fileIcon;
     {
@@ -239,7 +242,8 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     return record;
 }
 
-bool DocumentIntake::writeMember(const QString& uniqueID, const QString& name, const QByteArray& member, const QByteArray& png)
+bool DocumentIntake::writeMember(
+    const QString& uniqueID, const QString& name, const QByteArray& member, const QByteArray& png)
 {
     const QString filesPath = m_archive.filesPath();
     const QDir files(filesPath);
@@ -257,7 +261,8 @@ bool DocumentIntake::writeMember(const QString& uniqueID, const QString& name, c
         }
         syncPath(temporary, O_RDONLY | O_DIRECTORY);
         if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0)
-            error = QStringLiteral("cannot move the member into place: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+            error = QStringLiteral("cannot move the member into place: %1")
+                        .arg(QString::fromLocal8Bit(std::strerror(errno)));
         else
             syncPath(filesPath, O_RDONLY | O_DIRECTORY);
     }
@@ -299,7 +304,8 @@ bool DocumentIntake::commitStagedMembers(QStringList* failedIDs)
     }
     for (const QString& uniqueID : staged) {
         const QString temporary = files.filePath(temporaryMemberPrefix + uniqueID);
-        if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(files.filePath(uniqueID)).constData()) != 0) {
+        if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(files.filePath(uniqueID)).constData())
+            != 0) {
             QDir(temporary).removeRecursively();
             failedIDs->append(uniqueID);
         }
@@ -320,8 +326,8 @@ int DocumentIntake::removeUnfinishedMembers(const QString& filesPath)
 {
     int removed = 0;
     const QDir files(filesPath);
-    const QStringList leftovers = files.entryList({ temporaryMemberPrefix + QLatin1Char('*') },
-        QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
+    const QStringList leftovers = files.entryList(
+        { temporaryMemberPrefix + QLatin1Char('*') }, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
     for (const QString& leftover : leftovers) {
         if (QDir(files.filePath(leftover)).removeRecursively())
             ++removed;
@@ -348,7 +354,8 @@ void DocumentIntake::applyVoucherNumbering(const DocumentPtr& record)
         return;
     record->setField(QuillarcDocument::SlipNumber,
         Value::string(slipNumber(preferences->field(QuillarcPreferences::VoucherPrefix),
-            preferences->field(QuillarcPreferences::VoucherNumber), preferences->field(QuillarcPreferences::VoucherSuffix))));
+            preferences->field(QuillarcPreferences::VoucherNumber),
+            preferences->field(QuillarcPreferences::VoucherSuffix))));
     preferences->setValue(QuillarcPreferences::VoucherNumber, Value::integer(preferences->voucherNumber() + 1));
 }
 

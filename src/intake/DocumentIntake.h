@@ -4,8 +4,8 @@
 
 #include <QHash>
 #include <QObject>
-#include <QStringList>
 #include <QString>
+#include <QStringList>
 
 class Document;
 class QuillarcDocument;
@@ -34,10 +34,10 @@ public:
     {
         qint64 attributesNs = 0; ///< statx, file type and description, tags
         qint64 extractionNs = 0; ///< text content (recognition of images included)
-        qint64 previewsNs = 0;   ///< previews
-        qint64 iconsNs = 0;      ///< icons of the files' types
-        qint64 readingNs = 0;    ///< reading and hashing the bytes
-        qint64 writingNs = 0;    ///< encoding and writing the member
+        qint64 previewsNs = 0; ///< previews
+        qint64 iconsNs = 0; ///< icons of the files' types
+        qint64 readingNs = 0; ///< reading and hashing the bytes
+        qint64 writingNs = 0; ///< encoding and writing the member
     };
 
     explicit DocumentIntake(Document& archive, QObject* parent = nullptr);

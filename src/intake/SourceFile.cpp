@@ -2,7 +2,6 @@
 
 #include <QCryptographicHash>
 #include <QFile>
-
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -52,7 +51,8 @@ QString SourceFile::refusal() const
         if (m_statError == ENOENT && !m_path.contains(QChar::ReplacementCharacter))
             return {};
         if (m_statError == ENOENT)
-            return QStringLiteral("%1: no file by this name; names that are not valid UTF-8 cannot be reached by their text form")
+            return QStringLiteral(
+                "%1: no file by this name; names that are not valid UTF-8 cannot be reached by their text form")
                 .arg(m_path);
         return QStringLiteral("%1: %2").arg(m_path, QString::fromLocal8Bit(std::strerror(m_statError)));
     }

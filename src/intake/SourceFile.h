@@ -18,7 +18,13 @@ public:
     /// in memory while it writes the member.
     static constexpr qint64 kMaximumSize = (qint64(2) << 30) - 1;
 
-    enum class Kind { Missing, Regular, Directory, Other };
+    enum class Kind
+    {
+        Missing,
+        Regular,
+        Directory,
+        Other
+    };
 
     /// Reads the attributes of path (links followed).
     explicit SourceFile(const QString& path);
