@@ -519,6 +519,7 @@ void TestIntake::badInput_data()
     QTest::newRow("4 GiB") << "huge" << false << QByteArray();
     QTest::newRow("read error") << "readerror" << true << QByteArray();
     QTest::newRow("not UTF-8") << "notutf8" << false << QByteArray();
+    QTest::newRow("no room for the preview's name") << "longname" << false << QByteArray();
 }
 
 void TestIntake::badInput()
@@ -570,6 +571,12 @@ void TestIntake::badInput()
         ::close(fd);
         path = QFile::decodeName(native);
         m_nativeLeftovers.append(native);
+    }
+
+    if (kind == QLatin1String("longname")) {
+        // 253 bytes fit a file name, 253 + ".png" do not: the member fails half way.
+        path = writeSource(QString(253, QLatin1Char('n')), "long");
+        QVERIFY(QFileInfo::exists(path));
     }
 
     const QStringList before = memberFolders();
