@@ -204,6 +204,17 @@ int main(int argc, char** argv)
     std::printf("reference: cp -r %.0f ms, md5sum %.0f ms (together %.0f ms); intake / (cp + md5sum) = %.1f\n", copyMs,
         md5Ms, copyMs + md5Ms, build.wallMs / (copyMs + md5Ms));
 
+    // Single intakes put each member in place at once, with its own syncs.
+    DocumentIntake singleIntake(archive);
+    const QStringList singles = paths.mid(0, 100);
+    const bench::Timing single = bench::measure([&] {
+        for (const QString& path : singles)
+            singleIntake.addDocument(path, group);
+    });
+    std::printf("single intakes (%d files, each member synced on its own): %.0f ms wall, %.0f ms CPU: %.1f files/s\n",
+        int(singles.size()), single.wallMs, single.cpuMs, 1000.0 * singles.size() / single.wallMs);
+    std::printf("    encoding and writing %.0f ms\n", singleIntake.timings().writingNs / 1e6);
+
     DocumentIntake imageIntake(archive);
     QList<double> perImage;
     for (const QString& path : imagePaths) {
