@@ -282,10 +282,17 @@ private Q_SLOTS:
         QVERIFY(document->path() != twin->path());
         fixture.archive().addToDeleteIDSArray(document->uniqueID());
         fixture.archive().addToDeleteIDSArray(QStringLiteral("../../escape"));
+        const QString outside = m_home.path() + QStringLiteral("/outside");
+        QDir().mkpath(outside);
+        writeFile(outside + QStringLiteral("/keep"), "not the archive's");
+        QFile::link(outside, path + QStringLiteral("/Files/linked"));
+        fixture.archive().addToDeleteIDSArray(QStringLiteral("linked"));
         QVERIFY(QFileInfo::exists(path + QStringLiteral("/Files/") + document->uniqueID()));
         QVERIFY(fixture.save());
         QVERIFY(!QFileInfo::exists(path + QStringLiteral("/Files/") + document->uniqueID()));
         QVERIFY(QFileInfo::exists(path + QStringLiteral("/") + twin->path()));
+        QVERIFY(QFileInfo::exists(outside + QStringLiteral("/keep")));
+        QVERIFY(!QFileInfo(path + QStringLiteral("/Files/linked")).isSymLink());
         QVERIFY(fixture.save()); // the name is tried again and simply not found
     }
 
