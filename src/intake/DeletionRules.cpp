@@ -28,7 +28,8 @@ bool DeletionRules::canDeleteGroup(const QuillarcGroup& group)
 
 DeletionAlert DeletionRules::deleteDocumentRefusal()
 {
-    return { QStringLiteral("ERROR!"), QStringLiteral("DELETE_DOCUMENT_IMPOSSIBLE_ALERT"), QStringLiteral("OK"), {}, true };
+    return { QStringLiteral("ERROR!"), QStringLiteral("DELETE_DOCUMENT_IMPOSSIBLE_ALERT"), QStringLiteral("OK"), {},
+        true };
 }
 
 DeletionAlert DeletionRules::deleteDocumentConfirmation()
@@ -39,7 +40,8 @@ DeletionAlert DeletionRules::deleteDocumentConfirmation()
 
 DeletionAlert DeletionRules::deleteGroupRefusal()
 {
-    return { QStringLiteral("ERROR!"), QStringLiteral("DELETE_GROUP_IMPOSSIBLE_ALERT"), QStringLiteral("OK"), {}, true };
+    return { QStringLiteral("ERROR!"), QStringLiteral("DELETE_GROUP_IMPOSSIBLE_ALERT"), QStringLiteral("OK"), {},
+        true };
 }
 
 DeletionAlert DeletionRules::deleteGroupConfirmation()

@@ -2,7 +2,6 @@
 
 #include <QObject>
 #include <QString>
-
 #include <memory>
 
 class QuillarcDocument;
@@ -16,7 +15,13 @@ class FileCopy : public QObject
     Q_OBJECT
 
 public:
-    enum class Result { Written, NoFile, Corrupted, WriteFailed };
+    enum class Result
+    {
+        Written,
+        NoFile,
+        Corrupted,
+        WriteFailed
+    };
 
     /// Delay between writing the bytes and writing the attributes, in ms.
     static constexpr int attributesDelay = 180;
