@@ -1,6 +1,9 @@
 #include "intake/MonitoredFolders.h"
 
+#include "intake/BatchIntake.h"
+#include "intake/DocumentIntake.h"
 #include "intake/GroupEditing.h"
+#include "intake/SourceFile.h"
 #include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
@@ -11,7 +14,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
-
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
@@ -25,11 +27,19 @@ QString listDescription(const QStringList& items)
     return QStringLiteral("(\n    ") + items.join(QStringLiteral(",\n    ")) + QStringLiteral("\n)");
 }
 
-enum class EntryKind { Missing, Directory, File, Other };
+enum class EntryKind
+{
+    Missing,
+    Directory,
+    File,
+    Other
+};
 
 EntryKind entryKind(const QString& path)
 {
-    struct stat info {};
+    struct stat info
+    {
+    };
     // Links count as what they point to; a dangling link does not exist.
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return EntryKind::Missing;
@@ -50,15 +60,6 @@ QString MonitoredFolders::notSavedErrorText()
     return QStringLiteral("You need to name and save the current Quillarc document first.");
 }
 
-bool MonitoredFolders::isFilePackage(const QString& path)
-{
-    static const QStringList suffixes = { QStringLiteral("app"), QStringLiteral("bundle"), QStringLiteral("framework"),
-        QStringLiteral("rtfd"), QStringLiteral("pages"), QStringLiteral("numbers"), QStringLiteral("key"),
-        QStringLiteral("quillarc") };
-    const QFileInfo info(path);
-    return info.isDir() && suffixes.contains(info.suffix(), Qt::CaseInsensitive);
-}
-
 QStringList MonitoredFolders::folderEntries(const QString& folderPath)
 {
     QStringList entries;
@@ -68,7 +69,7 @@ QStringList MonitoredFolders::folderEntries(const QString& folderPath)
     QDirIterator iterator(folderPath, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
     while (iterator.hasNext()) {
         const QString path = iterator.next();
-        if (entryKind(path) == EntryKind::File && !isFilePackage(path))
+        if (entryKind(path) == EntryKind::File && !DocumentIntake::isFilePackage(path))
             entries.append(path);
     }
     return entries;
@@ -76,12 +77,14 @@ QStringList MonitoredFolders::folderEntries(const QString& folderPath)
 
 QString MonitoredFolders::fileIDForPath(const QString& path)
 {
-    struct stat info {};
-    if (::lstat(QFile::encodeName(path).constData(), &info) != 0) {
-        qCWarning(lcQuillarc).noquote() << QStringLiteral("fileID ERROR: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+    // Read the way intake reads a file, so both arrive at the same number.
+    const SourceFile source(path);
+    if (!source.hasAttributes()) {
+        qCWarning(lcQuillarc).noquote()
+            << QStringLiteral("fileID ERROR: %1").arg(QString::fromLocal8Bit(std::strerror(source.statError())));
         return QStringLiteral("0");
     }
-    return QString::number(static_cast<unsigned long>(info.st_ino));
+    return QString::number(static_cast<unsigned long>(source.inode()));
 }
 
 QStringList MonitoredFolders::importFilePathsForGroup(const QuillarcGroup& group)
@@ -111,60 +114,28 @@ QStringList MonitoredFolders::importFilePathsForGroup(const QuillarcGroup& group
     return paths;
 }
 
-MonitoredFolders::FolderGroupBatch MonitoredFolders::createFolderGroupFromFolderPath(const QString& folderPath, QString* refusal)
+GroupPtr MonitoredFolders::createFolderGroupFromFolderPath(
+    const QString& folderPath, BatchIntake& batch, QString* refusal)
 {
-    FolderGroupBatch batch;
     if (!m_archive.preferences() || !m_archive.preferences()->isFirstSaveDone()) {
         if (refusal)
             *refusal = notSavedErrorText();
-        return batch;
+        return nullptr;
     }
     if (!QFileInfo(folderPath).isDir()) {
         if (refusal)
             *refusal = QStringLiteral("%1 is not a folder").arg(folderPath);
-        return batch;
+        return nullptr;
     }
-    m_archive.checkForFilesWrapper();
-    batch.group = GroupEditing(m_archive).addGroup();
-    if (!batch.group)
-        return batch;
-    batch.group->setValue(QuillarcGroup::GroupTitle, Value::string(QFileInfo(QDir::cleanPath(folderPath)).fileName()));
-    for (const QString& path : folderEntries(folderPath)) {
-        if (!m_recordBuilder)
-            break;
-        if (DocumentPtr record = m_recordBuilder(path, batch.group))
-            batch.batchDocuments.append(record);
-    }
+    const GroupPtr group = GroupEditing(m_archive).addGroup();
+    if (!group)
+        return nullptr;
+    group->setValue(QuillarcGroup::GroupTitle, Value::string(QFileInfo(QDir::cleanPath(folderPath)).fileName()));
+    batch.start(folderEntries(folderPath), group);
+    batch.values().isFolderGroupBatchAction = true;
     m_archive.updateChangeCount();
     m_archive.save();
-    return batch;
-}
-
-void MonitoredFolders::confirmFolderGroupBatch(const FolderGroupBatch& batch)
-{
-    const PreferencesPtr preferences = m_archive.preferences();
-    if (!batch.group || !preferences)
-        return;
-    const bool lock = batch.group->isLocked() || preferences->autoLockDocuments();
-    qint64 runningNumber = preferences->voucherNumber();
-    for (const DocumentPtr& record : batch.batchDocuments) {
-        if (preferences->autoVoucherNumbering()) {
-            record->setValue(QuillarcDocument::SlipNumber,
-                Value::string(preferences->voucherPrefix() + QString::number(runningNumber++) + preferences->voucherSuffix()));
-        }
-        record->setValue(QuillarcDocument::DocumentColorTag, Value::integer(7));
-        record->setValue(QuillarcDocument::Comment, Value());
-        record->setValue(QuillarcDocument::IsLocked, Value::boolean(lock));
-        m_archive.createLogObjectForDocument(record, 0);
-    }
-    // The counter moves on by the batch size whether or not the batch was numbered.
-    preferences->setValue(QuillarcPreferences::VoucherNumber,
-        Value::integer(preferences->voucherNumber() + batch.batchDocuments.size()));
-    ValueList& documents = batch.group->mutableField(QuillarcGroup::Documents).mutableArray();
-    for (const DocumentPtr& record : batch.batchDocuments)
-        documents.append(Value::object(record));
-    batch.group->valuesChanged(); // "documentCount"
-    m_archive.updateChangeCount();
+    return group;
 }
 
 bool MonitoredFolders::selectFolderPath(const GroupPtr& group, const QString& chosenFolder)

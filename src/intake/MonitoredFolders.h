@@ -3,10 +3,9 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-
-#include <functional>
 #include <memory>
 
+class BatchIntake;
 class Document;
 class QuillarcDocument;
 class QuillarcGroup;
@@ -24,36 +23,14 @@ using GroupPtr = std::shared_ptr<QuillarcGroup>;
 class MonitoredFolders
 {
 public:
-    /// Builds one archived record for a file, with its parent set to the given
-    /// group (the archive's record builder, or a stand-in in tests). Runs on
-    /// the main thread.
-    using RecordBuilder = std::function<DocumentPtr(const QString& filePath, const GroupPtr& group)>;
-
     explicit MonitoredFolders(Document& archive);
 
-    void setRecordBuilder(RecordBuilder builder) { m_recordBuilder = std::move(builder); }
-    const RecordBuilder& recordBuilder() const { return m_recordBuilder; }
-
-    /// The records built for a new folder group; they join the group only when
-    /// the batch is confirmed.
-    struct FolderGroupBatch
-    {
-        GroupPtr group;
-        QList<DocumentPtr> batchDocuments;
-        bool isFolderGroupBatchAction = true;
-    };
-
-    /// Makes a group titled after the folder and builds a record for each of
-    /// the folder's files, then saves. The group is not monitored by this.
-    /// Refused (no group, @p refusal set) when the archive was never saved.
-    FolderGroupBatch createFolderGroupFromFolderPath(const QString& folderPath, QString* refusal = nullptr);
-
-    /// Files a folder group's batch as the batch sheet does when confirmed with
-    /// the values it opens with: numbered from the voucher counter when
-    /// automatic numbering is on, colour tag 7, no comment, locked when the
-    /// group is locked or new records are locked automatically, one audit
-    /// entry each; the counter then advances by the batch size. The caller saves.
-    void confirmFolderGroupBatch(const FolderGroupBatch& batch);
+    /// Makes a group titled after the folder and starts @p batch with the
+    /// folder's files (records built for the group but not yet in it), marked
+    /// as a folder-group batch so that cancelling it removes the group again;
+    /// then saves. The group is not monitored by this. Returns nothing (and
+    /// sets @p refusal) when the archive was never saved or the path is no folder.
+    GroupPtr createFolderGroupFromFolderPath(const QString& folderPath, BatchIntake& batch, QString* refusal = nullptr);
 
     /// Reacts to the group's `hasMonitoredFolder` having been toggled: off
     /// clears the folder and saves; on stores @p chosenFolder (see setFolderPath()).
@@ -70,8 +47,6 @@ public:
 
     /// The folder's direct, visible entries that are files, in listing order.
     static QStringList folderEntries(const QString& folderPath);
-    /// A directory that presents itself as one file (by its suffix).
-    static bool isFilePackage(const QString& path);
     /// The file-system number of a path as decimal text; "0" (and the reason
     /// logged) when its attributes cannot be read.
     static QString fileIDForPath(const QString& path);
@@ -81,5 +56,4 @@ public:
 
 private:
     Document& m_archive;
-    RecordBuilder m_recordBuilder;
 };

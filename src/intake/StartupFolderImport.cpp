@@ -1,5 +1,7 @@
 #include "intake/StartupFolderImport.h"
 
+#include "intake/DocumentIntake.h"
+#include "intake/MonitoredFolders.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
@@ -10,7 +12,7 @@
 #include <QMetaObject>
 #include <QTimer>
 
-StartupFolderImport::StartupFolderImport(Document& archive, MonitoredFolders::RecordBuilder builder, QObject* parent)
+StartupFolderImport::StartupFolderImport(Document& archive, RecordBuilder builder, QObject* parent)
     : QObject(parent)
     , m_archive(archive)
     , m_builder(std::move(builder))
@@ -48,13 +50,16 @@ bool StartupFolderImport::doTheStartupFolderImport()
     m_pool.start([this, scans] {
         for (const GroupScan& scan : scans) {
             const QString title = scan.group->groupTitle();
-            QMetaObject::invokeMethod(this, [this, title] { setFolderImportString(title); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this, title] { setFolderImportString(title); }, Qt::QueuedConnection);
             // Queued calls run in the order posted, so the records keep the
             // order of the groups and of each folder's listing.
             for (const QString& path : MonitoredFolders::importFilePathsForGroup(*scan.group))
-                QMetaObject::invokeMethod(this, [this, scan, path] { importDocument(scan, path); }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [this, scan, path] { importDocument(scan, path); }, Qt::QueuedConnection);
         }
-        QMetaObject::invokeMethod(this, [this] { finish(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { finish(); }, Qt::QueuedConnection);
     });
     return true;
 }
@@ -75,7 +80,8 @@ void StartupFolderImport::importDocument(const GroupScan& scan, const QString& f
     record->setValue(QuillarcDocument::IsLocked, Value::boolean(scan.lockValue));
     const PreferencesPtr preferences = m_archive.preferences();
     record->setValue(QuillarcDocument::SlipNumber,
-        Value::string(preferences->voucherPrefix() + QString::number(m_runningNumber) + preferences->voucherSuffix()));
+        Value::string(DocumentIntake::slipNumber(preferences->field(QuillarcPreferences::VoucherPrefix),
+            Value::integer(m_runningNumber), preferences->field(QuillarcPreferences::VoucherSuffix))));
     ++m_runningNumber;
     m_archive.createLogObjectForDocument(record, 0);
     scan.group->mutableField(QuillarcGroup::Documents).mutableArray().append(Value::object(record));

@@ -1,9 +1,16 @@
 #pragma once
 
-#include "intake/MonitoredFolders.h"
-
+#include <QList>
 #include <QObject>
+#include <QString>
 #include <QThreadPool>
+#include <functional>
+#include <memory>
+
+class QuillarcDocument;
+class QuillarcGroup;
+using DocumentPtr = std::shared_ptr<QuillarcDocument>;
+using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 class Document;
 
@@ -20,10 +27,15 @@ class StartupFolderImport : public QObject
     Q_OBJECT
 
 public:
+    /// Builds one archived record for a file, its parent set to the group
+    /// (DocumentIntake::quillarcDocumentForURL(), or a stand-in in tests).
+    /// Called on the main thread; nullptr skips the file.
+    using RecordBuilder = std::function<DocumentPtr(const QString& filePath, const GroupPtr& group)>;
+
     /// Delay between the final save and re-sorting the documents list, in ms.
     static constexpr int rearrangeDelay = 180;
 
-    StartupFolderImport(Document& archive, MonitoredFolders::RecordBuilder builder, QObject* parent = nullptr);
+    StartupFolderImport(Document& archive, RecordBuilder builder, QObject* parent = nullptr);
     ~StartupFolderImport() override;
 
     /// Starts the scan. Does nothing (and returns false) unless automatic
@@ -57,7 +69,7 @@ private:
     void finish();
 
     Document& m_archive;
-    MonitoredFolders::RecordBuilder m_builder;
+    RecordBuilder m_builder;
     QThreadPool m_pool; ///< one thread, so the destructor can wait for just this scan
     QString m_folderImportString;
     QList<DocumentPtr> m_imported;
