@@ -96,7 +96,7 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     const SourceFile source(filePath);
     const QString fileName = QFileInfo(filePath).fileName();
     if (source.kind() == SourceFile::Kind::Directory && isFilePackage(filePath))
-        m_errorString = localizedString(QStringLiteral("File format not supported."));
+        m_errorString = QStringLiteral("%1: %2").arg(filePath, localizedString(QStringLiteral("File format not supported.")));
     else
         m_errorString = source.refusal();
     if (!m_errorString.isEmpty()) {
