@@ -116,6 +116,15 @@ private Q_SLOTS:
         QCOMPARE(fieldTexts(DocumentOrdering::sorted(withTexts(field, values), descriptor), field), expected);
     }
 
+    void numbersByValueUnderTheCLocale()
+    {
+        QLocale::setDefault(QLocale::c());
+        const QList<DocumentPtr> sorted = DocumentOrdering::sorted(
+            withTexts(QuillarcDocument::SlipNumber, { "100", "2", "10" }), DocumentOrdering::sortDescriptorFor(4, 1));
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        QCOMPARE(fieldTexts(sorted, QuillarcDocument::SlipNumber), QStringList({ "2", "10", "100" }));
+    }
+
     void tagsSortByPlainComparison()
     {
         QList<DocumentPtr> documents;

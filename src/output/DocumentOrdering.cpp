@@ -27,7 +27,10 @@ SortDescriptor DocumentOrdering::applySortDescriptor(const QuillarcPreferences& 
 
 QCollator DocumentOrdering::standardCollator()
 {
-    QCollator collator { QLocale() };
+    // The C locale collates by code point and knows no numeric mode; English
+    // rules (the root order) stand in for it.
+    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
+    QCollator collator { locale };
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     return collator;

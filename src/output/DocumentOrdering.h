@@ -39,7 +39,7 @@ public:
     static SortDescriptor applySortDescriptor(const QuillarcPreferences& preferences);
 
     /// The collator of the locale-aware standard comparison: the current
-    /// locale, numbers by value, case ignored.
+    /// locale (English rules under the C locale), numbers by value, case ignored.
     static QCollator standardCollator();
     /// Natural order of two values: nil first, numbers and dates by value,
     /// texts by plain comparison (UTF-16 code units); values of different
