@@ -125,10 +125,21 @@ void DocumentSearch::setSortDescriptor(const SortDescriptor& descriptor)
 
 QList<DocumentPtr> DocumentSearch::arrangedObjects() const
 {
+    const std::vector<quint32> positions = arrangedPositions();
     QList<DocumentPtr> arranged;
+    arranged.reserve(qsizetype(positions.size()));
+    for (const quint32 position : positions)
+        arranged.append(m_content.at(position));
+    return arranged;
+}
+
+std::vector<quint32> DocumentSearch::arrangedPositions() const
+{
+    std::vector<quint32> positions;
+    positions.reserve(m_hits.count());
     for (const quint32 position : m_order) {
         if (m_hits.contains(position))
-            arranged.append(m_content.at(position));
+            positions.push_back(position);
     }
-    return arranged;
+    return positions;
 }

@@ -61,6 +61,9 @@ public:
 
     /// The documents that pass the filter, in the list's order.
     QList<DocumentPtr> arrangedObjects() const;
+    /// The same as positions in content(), without touching the documents
+    /// (what a list model over content() needs).
+    std::vector<quint32> arrangedPositions() const;
     const QList<DocumentPtr>& content() const { return m_content; }
     const QList<ValueMap>& fileKinds() const { return m_fileKinds; }
     const SearchIndex& index() const { return m_index; }

@@ -11,23 +11,23 @@
 #include <limits>
 #include <string_view>
 #include <thread>
+#include <unordered_map>
 
 namespace {
 
 using Bits = std::vector<quint64>;
 
-/// ASCII bytes other than letters and digits end a token; every byte of a
-/// multi-byte UTF-8 sequence belongs to one.
+/// White space ends a word: the ASCII spaces and line breaks, and the NUL
+/// that ends each field. Other spaces (no-break, ideographic) are folded to
+/// U+0020 by the compatibility decomposition, so they count as well.
 struct SeparatorTable
 {
     bool separator[256];
     constexpr SeparatorTable()
         : separator()
     {
-        for (int byte = 0; byte < 256; ++byte) {
-            const bool alphanumeric = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
-            separator[byte] = byte < 0x80 && !alphanumeric;
-        }
+        for (const char byte : { ' ', '\t', '\n', '\r', '\v', '\f', '\0' })
+            separator[static_cast<unsigned char>(byte)] = true;
     }
 };
 constexpr SeparatorTable separators;
@@ -35,6 +35,29 @@ constexpr SeparatorTable separators;
 inline bool isSeparator(char byte)
 {
     return separators.separator[static_cast<unsigned char>(byte)];
+}
+
+inline bool isDigit(char byte)
+{
+    return byte >= '0' && byte <= '9';
+}
+
+/// Letters of folded text: ASCII letters (folded text has only small ones)
+/// and every byte of a multi-byte character.
+inline bool isLetter(char byte)
+{
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || static_cast<unsigned char>(byte) >= 0x80;
+}
+
+enum TokenClass { Letters, Mixed, Digits };
+
+/// Tokens without digits, with digits and letters, with digits but no letters.
+TokenClass characterClass(std::string_view token)
+{
+    const bool digit = std::any_of(token.begin(), token.end(), isDigit);
+    if (!digit)
+        return Letters;
+    return std::any_of(token.begin(), token.end(), isLetter) ? Mixed : Digits;
 }
 
 qint64 utf8Size(QStringView text)
@@ -98,6 +121,15 @@ template<typename Job> void runParallel(int count, int threads, Job job)
         worker.join();
 }
 
+/// What one search has found out about one segment: the tokens holding a
+/// needle, and the documents a needle and field mask give. Word groups share
+/// needles (the phrase tested against the note, the words inside it).
+struct SegmentCache
+{
+    std::unordered_map<std::string, std::vector<quint32>> tokens;
+    std::unordered_map<std::string, Bits> results;
+};
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -115,18 +147,28 @@ struct SearchIndex::Segment
     std::vector<quint32> postingStart;    ///< tokens + 1 offsets into the postings
     std::vector<quint32> postingDoc;      ///< document within the segment
     std::vector<quint8> postingMask;      ///< fields holding the token
+    quint32 classStart[4] = {};           ///< vocabulary offsets of the token classes, and its end
 
     void append(const QuillarcDocument& document);
     void buildTokenIndex();
     qint64 memory() const
     {
         return qint64(folded.capacity() + vocabulary.capacity()) + capacityBytes(fieldStart) + capacityBytes(tokenStart)
-            + capacityBytes(postingStart) + capacityBytes(postingDoc) + capacityBytes(postingMask);
+            + capacityBytes(postingStart) + capacityBytes(postingDoc) + capacityBytes(postingMask)
+            + capacityBytes(bytePresence);
     }
 
-    void tokenUnion(std::string_view needle, quint8 mask, Bits& out) const;
+    /// Per ASCII byte and field, the documents whose field holds the byte:
+    /// one-letter needles (the first keystroke) match most tokens, so they
+    /// are answered from here. Layout [byte][field][word].
+    std::vector<quint64> bytePresence;
+    size_t wordsPerSet() const { return (count + 63) / 64; }
+    void buildBytePresence();
+
+    const std::vector<quint32>& matchingTokens(std::string_view needle, SegmentCache& cache) const;
+    void tokenUnion(std::string_view needle, quint8 mask, Bits& out, SegmentCache& cache) const;
     void scan(std::string_view needle, quint8 mask, Bits& out, const Bits* candidates) const;
-    void contains(std::string_view needle, quint8 mask, Bits& out) const;
+    void contains(std::string_view needle, quint8 mask, Bits& out, SegmentCache& cache) const;
 };
 
 void SearchIndex::Segment::append(const QuillarcDocument& document)
@@ -234,6 +276,35 @@ void SearchIndex::Segment::buildTokenIndex()
     const size_t tokens = hashes.size();
     tokenStart.push_back(quint32(vocabulary.size()));
 
+    // Vocabulary reordered by character class: letters only, mixed, digits
+    // only. A needle with a letter then skips the many numbers, a needle with
+    // a digit the words.
+    std::vector<quint32> newId(tokens);
+    {
+        std::vector<quint32> byClass[3];
+        for (quint32 id = 0; id < tokens; ++id)
+            byClass[size_t(characterClass(tokenView(id)))].push_back(id);
+        std::string ordered;
+        ordered.reserve(vocabulary.size());
+        std::vector<quint32> orderedStart;
+        orderedStart.reserve(tokens + 1);
+        for (int tokenClass = 0; tokenClass < 3; ++tokenClass) {
+            classStart[tokenClass] = quint32(ordered.size());
+            for (const quint32 id : byClass[tokenClass]) {
+                newId[id] = quint32(orderedStart.size());
+                orderedStart.push_back(quint32(ordered.size()));
+                ordered.append(tokenView(id));
+                ordered.push_back('\n');
+            }
+        }
+        classStart[3] = quint32(ordered.size());
+        orderedStart.push_back(quint32(ordered.size()));
+        vocabulary.swap(ordered);
+        tokenStart.swap(orderedStart);
+    }
+    for (quint32& id : entryToken)
+        id = newId[id];
+
     // Postings grouped by token, documents ascending within each token.
     postingStart.assign(tokens + 1, 0);
     for (const quint32 id : entryToken)
@@ -254,27 +325,75 @@ void SearchIndex::Segment::buildTokenIndex()
     tokenStart.shrink_to_fit();
     if (folded.capacity() > folded.size() + folded.size() / 16)
         folded.shrink_to_fit();
+    buildBytePresence();
     indexed = true;
 }
 
-void SearchIndex::Segment::tokenUnion(std::string_view needle, quint8 mask, Bits& out) const
+void SearchIndex::Segment::buildBytePresence()
 {
+    const size_t words = wordsPerSet();
+    bytePresence.assign(128 * fieldCount * words, 0);
+    const auto* text = reinterpret_cast<const unsigned char*>(folded.data());
+    for (quint32 doc = 0; doc < count; ++doc) {
+        for (int field = 0; field < fieldCount; ++field) {
+            bool seen[128] = {};
+            const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
+            for (quint64 at = fieldStart[size_t(doc) * fieldCount + field]; at < end; ++at) {
+                if (text[at] < 128)
+                    seen[text[at]] = true;
+            }
+            for (size_t byte = 0; byte < 128; ++byte) {
+                if (seen[byte])
+                    bytePresence[(byte * fieldCount + size_t(field)) * words + doc / 64] |= quint64(1) << (doc % 64);
+            }
+        }
+    }
+}
+
+const std::vector<quint32>& SearchIndex::Segment::matchingTokens(std::string_view needle, SegmentCache& cache) const
+{
+    auto [entry, inserted] = cache.tokens.try_emplace(std::string(needle));
+    std::vector<quint32>& found = entry->second;
+    if (!inserted)
+        return found;
+    // Only the classes of tokens that can hold every byte of the needle.
+    const bool digit = std::any_of(needle.begin(), needle.end(), isDigit);
+    const bool letter = std::any_of(needle.begin(), needle.end(), isLetter);
+    const int firstClass = digit ? Mixed : Letters;
+    const int lastClass = letter ? Mixed : Digits;
     const char* words = vocabulary.data();
-    const size_t size = vocabulary.size();
-    size_t at = 0;
+    const size_t size = classStart[lastClass + 1];
+    size_t at = classStart[firstClass];
+    const size_t tokens = tokenStart.size() - 1;
+    // Hits come in vocabulary order: the token of each is found by galloping
+    // on from the previous one, which costs little when hits are dense.
+    size_t token = size_t(std::upper_bound(tokenStart.begin(), tokenStart.end(), quint32(at)) - tokenStart.begin()) - 1;
     while (at < size) {
         const void* hit = memmem(words + at, size - at, needle.data(), needle.size());
         if (!hit)
             break;
-        const size_t offset = size_t(static_cast<const char*>(hit) - words);
-        const auto next = std::upper_bound(tokenStart.begin(), tokenStart.end(), quint32(offset));
-        const size_t token = size_t(next - tokenStart.begin()) - 1;
+        const quint32 offset = quint32(static_cast<const char*>(hit) - words);
+        size_t step = 1;
+        while (token + step < tokens && tokenStart[token + step] <= offset) {
+            token += step;
+            step *= 2;
+        }
+        const auto last = tokenStart.begin() + qsizetype(std::min(token + step, tokens));
+        token = size_t(std::upper_bound(tokenStart.begin() + qsizetype(token), last, offset) - tokenStart.begin()) - 1;
+        found.push_back(quint32(token));
+        at = tokenStart[++token]; // the rest of this token cannot add anything
+    }
+    return found;
+}
+
+void SearchIndex::Segment::tokenUnion(std::string_view needle, quint8 mask, Bits& out, SegmentCache& cache) const
+{
+    for (const quint32 token : matchingTokens(needle, cache)) {
         const quint32 end = postingStart[token + 1];
         for (quint32 posting = postingStart[token]; posting < end; ++posting) {
             if (postingMask[posting] & mask)
                 setBit(out, postingDoc[posting]);
         }
-        at = *next; // the rest of this token cannot add anything
     }
 }
 
@@ -317,14 +436,26 @@ void SearchIndex::Segment::scan(std::string_view needle, quint8 mask, Bits& out,
     }
 }
 
-void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& out) const
+void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& out, SegmentCache& cache) const
 {
     if (needle.empty() || !mask || !count)
         return;
     if (!indexed)
         return scan(needle, mask, out, nullptr);
+    if (needle.size() == 1 && static_cast<unsigned char>(needle[0]) < 128) {
+        const size_t words = wordsPerSet();
+        const size_t byte = static_cast<unsigned char>(needle[0]);
+        for (size_t field = 0; field < size_t(fieldCount); ++field) {
+            if (!(mask & (1u << field)))
+                continue;
+            const quint64* present = bytePresence.data() + (byte * fieldCount + field) * words;
+            for (size_t word = 0; word < words; ++word)
+                out[word] |= present[word];
+        }
+        return;
+    }
     if (std::none_of(needle.begin(), needle.end(), isSeparator))
-        return tokenUnion(needle, mask, out);
+        return tokenUnion(needle, mask, out, cache);
 
     // Each piece between separators lies inside one token of the matching field.
     Bits candidates = fullBits(count);
@@ -339,7 +470,7 @@ void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& 
         if (begin == at)
             continue;
         Bits piece = emptyBits(count);
-        tokenUnion(needle.substr(begin, at - begin), mask, piece);
+        tokenUnion(needle.substr(begin, at - begin), mask, piece, cache);
         for (size_t word = 0; word < candidates.size(); ++word)
             candidates[word] &= piece[word];
         anyPiece = true;
@@ -631,7 +762,22 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
     using K = Compiled::Kind;
 
     std::vector<Bits> results(m_segments.size());
-    std::function<Bits(const Segment&, const Compiled&)> evaluate = [&](const Segment& segment, const Compiled& node) {
+    // Several word groups test the same phrase against the note: each needle
+    // and field mask is searched once per segment.
+    using Cache = SegmentCache;
+    auto containing = [](const Segment& segment, const Compiled& node, Cache& cache) -> const Bits& {
+        std::string key = node.needle;
+        key.push_back(char(node.mask));
+        auto found = cache.results.find(key);
+        if (found == cache.results.end()) {
+            Bits bits = emptyBits(segment.count);
+            segment.contains(node.needle, node.mask, bits, cache);
+            found = cache.results.emplace(std::move(key), std::move(bits)).first;
+        }
+        return found->second;
+    };
+    std::function<Bits(const Segment&, const Compiled&, Cache&)> evaluate = [&](const Segment& segment,
+                                                                             const Compiled& node, Cache& cache) {
         const quint32 count = segment.count;
         switch (node.kind) {
         case K::All:
@@ -641,7 +787,7 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
         case K::And: {
             Bits bits = fullBits(count);
             for (const Compiled& operand : node.operands) {
-                const Bits part = evaluate(segment, operand);
+                const Bits part = evaluate(segment, operand, cache);
                 for (size_t i = 0; i < bits.size(); ++i)
                     bits[i] &= part[i];
                 if (allZero(bits))
@@ -653,20 +799,19 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
             Bits bits = emptyBits(count);
             for (const Compiled& operand : node.operands) {
                 if (operand.kind == K::Contains) {
-                    segment.contains(operand.needle, operand.mask, bits);
+                    const Bits& part = containing(segment, operand, cache);
+                    for (size_t i = 0; i < bits.size(); ++i)
+                        bits[i] |= part[i];
                     continue;
                 }
-                const Bits part = evaluate(segment, operand);
+                const Bits part = evaluate(segment, operand, cache);
                 for (size_t i = 0; i < bits.size(); ++i)
                     bits[i] |= part[i];
             }
             return bits;
         }
-        case K::Contains: {
-            Bits bits = emptyBits(count);
-            segment.contains(node.needle, node.mask, bits);
-            return bits;
-        }
+        case K::Contains:
+            return containing(segment, node, cache);
         case K::KindIn: {
             Bits bits = emptyBits(count);
             for (quint32 doc = 0; doc < count; ++doc) {
@@ -702,7 +847,10 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
     // Large archives are searched on several threads, one segment each.
     const int threads = slotCount() >= 8192 ? m_threads : 1;
     runParallel(int(m_segments.size()), threads,
-        [&](int i) { results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled); });
+        [&](int i) {
+            Cache cache;
+            results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache);
+        });
 
     SlotSet hits(slotCount());
     std::vector<quint64>& words = hits.words();

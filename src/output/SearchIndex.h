@@ -21,17 +21,18 @@ using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 /// Documents get consecutive slots and are kept in segments. Each segment
 /// holds the folded text (TextFolding, UTF-8) of the eight searchable fields
 /// of its documents, each field ended by a NUL, and a token index: every
-/// distinct token (a maximal run of bytes that are not ASCII punctuation,
-/// space or control characters) in one vocabulary buffer, and for each token
-/// the documents holding it with a bit mask of the fields it occurs in.
+/// distinct token (a maximal run of bytes that are not white space, so
+/// "12.03.2024" and "Rechnung," are tokens) in one vocabulary buffer, and for
+/// each token the documents holding it with a bit mask of the fields it
+/// occurs in.
 ///
-/// A search word without ASCII separators can only occur inside one token, so
-/// its hits are exactly the postings of the tokens that contain it: the
-/// vocabulary (a few MB) is scanned instead of the text. A word with
-/// separators ("12.03.2024", "e-mail", a tab) narrows the candidates through
-/// the tokens that contain each of its pieces and is then checked in the
-/// folded field text; a word of separators alone scans the folded text.
-/// Segments are searched in parallel.
+/// A needle without white space can only occur inside one token, so its hits
+/// are exactly the postings of the tokens that contain it: the vocabulary (a
+/// few MB) is scanned instead of the text. A needle with white space (the
+/// phrase tested against the note, a tab) narrows the candidates through the
+/// tokens that contain each of its pieces and is then checked in the folded
+/// field text; a needle of white space alone scans the folded text. Segments
+/// are searched in parallel.
 ///
 /// New documents go to a tail segment that is searched by scanning alone
 /// until it has tailCapacity documents; then it gets its token index. An
