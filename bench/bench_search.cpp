@@ -1,17 +1,15 @@
 // Latency of the search filter over a large archive built in memory, next to
 // grep over a plain dump of the same text.
 #include "BenchSupport.h"
-
 #include "model/QuillarcDocument.h"
 #include "output/DocumentSearch.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QRandomGenerator>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
-
 #include <cstdio>
 
 namespace {
@@ -20,16 +18,16 @@ const char* const commonWords[] = { "Rechnung", "Invoice", "Betrag", "amount", "
     "customer", "Lieferung", "delivery", "Auftrag", "order", "Datum", "date", "Summe", "total", "Steuer", "tax",
     "Umsatzsteuer", "VAT", "netto", "brutto", "Position", "Menge", "quantity", "Preis", "price", "Konto", "account",
     "Bank", "Überweisung", "transfer", "fällig", "due", "bis", "until", "und", "and", "der", "die", "das", "the", "of",
-    "für", "for", "mit", "with", "GmbH", "Ltd", "Straße", "street", "Vertrag", "contract", "Miete", "rent", "Versicherung",
-    "insurance", "Beitrag", "Gebühr", "fee", "Leistung", "service", "Zeitraum", "period", "Januar", "Februar", "März",
-    "April", "Mai", "Juni", "Juli", "August", "September", "Oktober", "November", "Dezember", "Büro", "office",
-    "Material", "Reisekosten", "travel", "Hotel", "Übernachtung", "Bewirtung", "Telefon", "Internet", "Strom",
+    "für", "for", "mit", "with", "GmbH", "Ltd", "Straße", "street", "Vertrag", "contract", "Miete", "rent",
+    "Versicherung", "insurance", "Beitrag", "Gebühr", "fee", "Leistung", "service", "Zeitraum", "period", "Januar",
+    "Februar", "März", "April", "Mai", "Juni", "Juli", "August", "September", "Oktober", "November", "Dezember", "Büro",
+    "office", "Material", "Reisekosten", "travel", "Hotel", "Übernachtung", "Bewirtung", "Telefon", "Internet", "Strom",
     "Wasser", "Heizung", "Reparatur", "Wartung", "maintenance", "Software", "Lizenz", "licence", "Abonnement",
     "subscription", "Quittung", "receipt", "Beleg", "voucher", "Mahnung", "reminder", "Gutschrift", "credit", "Skonto",
     "discount", "Porto", "Versand", "shipping", "Artikel", "item", "Stück", "pieces", "Bestellung", "purchase",
-    "Angebot", "quotation", "Kasse", "cash", "Karte", "card", "EUR", "USD", "Firma", "company", "Anschrift",
-    "address", "Telefonnummer", "phone", "Steuernummer", "Finanzamt", "Müller", "Schmidt", "Schneider", "Fischer",
-    "Weber", "Meyer", "Wagner", "Becker", "Schulz", "Hoffmann", "Köln", "München", "Berlin", "Hamburg", "Düsseldorf" };
+    "Angebot", "quotation", "Kasse", "cash", "Karte", "card", "EUR", "USD", "Firma", "company", "Anschrift", "address",
+    "Telefonnummer", "phone", "Steuernummer", "Finanzamt", "Müller", "Schmidt", "Schneider", "Fischer", "Weber",
+    "Meyer", "Wagner", "Becker", "Schulz", "Hoffmann", "Köln", "München", "Berlin", "Hamburg", "Düsseldorf" };
 const char* const rareWords[] = { "Quellensteuererstattung", "Zollanmeldung", "Xylophonwerkstatt", "Brückenzoll" };
 const char* const kinds[] = { "PDF document", "PNG image", "JPEG image", "Plain text document", "Word document" };
 
@@ -95,7 +93,8 @@ double timeGrepMs(const QString& word, const QString& path)
     QElapsedTimer timer;
     timer.start();
     QProcess process;
-    process.start(QStringLiteral("grep"), { QStringLiteral("-c"), QStringLiteral("-i"), QStringLiteral("-F"), word, path });
+    process.start(
+        QStringLiteral("grep"), { QStringLiteral("-c"), QStringLiteral("-i"), QStringLiteral("-F"), word, path });
     if (!process.waitForStarted() || !process.waitForFinished(-1))
         return -1;
     process.readAllStandardOutput();
@@ -144,10 +143,10 @@ int main(int argc, char** argv)
         if (!dump.open(QIODevice::WriteOnly))
             return 1;
         for (const DocumentPtr& document : documents) {
-            const QString line = QStringList { document->tagsAsString(), document->title(), document->name(),
-                document->comment(), document->note(), document->extension(), document->slipNumber(),
-                document->contentString() }
-                                     .join(QLatin1Char('\t'));
+            const QString line
+                = QStringList { document->tagsAsString(), document->title(), document->name(), document->comment(),
+                      document->note(), document->extension(), document->slipNumber(), document->contentString() }
+                      .join(QLatin1Char('\t'));
             dump.write(line.toUtf8());
             dump.write("\n");
         }
@@ -158,8 +157,8 @@ int main(int argc, char** argv)
     search.resetArrayAndFilter(documents, {});
     const double buildMs = bench::elapsedMs(timer);
     const SearchIndex::Statistics stats = search.index().statistics();
-    std::printf("build (index + sort order): %.0f ms, %d segments, peak RSS %.0f -> %.0f MiB\n", buildMs, stats.segments,
-        rssBefore, bench::peakRssMiB());
+    std::printf("build (index + sort order): %.0f ms, %d segments, peak RSS %.0f -> %.0f MiB\n", buildMs,
+        stats.segments, rssBefore, bench::peakRssMiB());
     std::printf("text %.1f MB (UTF-8), folded %.1f MB, vocabulary %.1f MB (%lld tokens), %lld postings\n",
         double(stats.textBytes) / 1e6, double(stats.foldedBytes) / 1e6, double(stats.vocabularyBytes) / 1e6,
         stats.tokens, stats.postings);
@@ -171,7 +170,8 @@ int main(int argc, char** argv)
         { "one word, umlaut folded", QStringLiteral("uberweisung"), QStringLiteral("überweisung") },
         { "three words", QStringLiteral("rechnung müller betrag"), QStringLiteral("müller") },
         { "rare word", QStringLiteral("zollanmeldung"), QStringLiteral("zollanmeldung") },
-        { "rare and common", QStringLiteral("quellensteuererstattung rechnung"), QStringLiteral("quellensteuererstattung") },
+        { "rare and common", QStringLiteral("quellensteuererstattung rechnung"),
+            QStringLiteral("quellensteuererstattung") },
         { "date with dots", QStringLiteral("12.03.2021"), QStringLiteral("12.03.2021") },
         { "single letter", QStringLiteral("e"), QStringLiteral("e") },
         { "two letters", QStringLiteral("re"), QStringLiteral("re") },
@@ -222,15 +222,16 @@ int main(int argc, char** argv)
     }
     std::printf("\nintake of one document: median %.3f ms, worst %.3f ms; indexing the full tail of %u: %.0f ms\n",
         bench::median(addTimes), bench::worst(addTimes), SearchIndex::tailCapacity, tailIndexMs);
-    const SearchPredicate predicate = DocumentSearch::textPredicate(QStringLiteral("rechnung"), QStringLiteral("rechnung"));
+    const SearchPredicate predicate
+        = DocumentSearch::textPredicate(QStringLiteral("rechnung"), QStringLiteral("rechnung"));
     QList<double> times;
     for (int run = 0; run < runs; ++run) {
         timer.restart();
         index.filter(predicate);
         times.append(bench::elapsedMs(timer));
     }
-    std::printf("filter 'rechnung' after intake: median %.2f ms, worst %.2f ms\n", bench::median(times),
-        bench::worst(times));
+    std::printf(
+        "filter 'rechnung' after intake: median %.2f ms, worst %.2f ms\n", bench::median(times), bench::worst(times));
     std::printf("peak RSS %.0f MiB\n", bench::peakRssMiB());
     return 0;
 }

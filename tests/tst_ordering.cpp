@@ -88,10 +88,10 @@ private Q_SLOTS:
         QTest::addColumn<bool>("ascending");
         QTest::addColumn<QStringList>("values");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("slip numbers by value") << qint64(4) << true << QStringList { "100", "2", "10" }
-                                               << QStringList { "2", "10", "100" };
-        QTest::newRow("slip numbers descending") << qint64(4) << false << QStringList { "100", "2", "10" }
-                                                 << QStringList { "100", "10", "2" };
+        QTest::newRow("slip numbers by value")
+            << qint64(4) << true << QStringList { "100", "2", "10" } << QStringList { "2", "10", "100" };
+        QTest::newRow("slip numbers descending")
+            << qint64(4) << false << QStringList { "100", "2", "10" } << QStringList { "100", "10", "2" };
         QTest::newRow("numbers inside slip text") << qint64(4) << true << QStringList { "RE-10", "re-9", "RE-100" }
                                                   << QStringList { "re-9", "RE-10", "RE-100" };
         QTest::newRow("titles ignore case") << qint64(5) << true << QStringList { "banana", "Apple", "cherry" }
@@ -129,8 +129,8 @@ private Q_SLOTS:
     {
         QList<DocumentPtr> documents;
         for (const char* tag : { "b", "B", "10", "2" }) {
-            documents.append(documentWith(QuillarcDocument::Tags, Value::array({ Value::string(QString::fromUtf8(tag)) }),
-                QString::fromUtf8(tag)));
+            documents.append(documentWith(QuillarcDocument::Tags,
+                Value::array({ Value::string(QString::fromUtf8(tag)) }), QString::fromUtf8(tag)));
         }
         QCOMPARE(fieldTexts(DocumentOrdering::sorted(documents, DocumentOrdering::sortDescriptorFor(6, 1)),
                      QuillarcDocument::Title),
@@ -179,8 +179,8 @@ private Q_SLOTS:
         QTest::addColumn<qsizetype>("dropRow");
         QTest::addColumn<QList<int>>("result");
         QTest::addColumn<QList<qsizetype>>("destination");
-        QTest::newRow("rows 1 and 2 to row 4") << QList<qsizetype> { 1, 2 } << qsizetype(4) << QList<int> { 0, 3, 1, 2, 4 }
-                                             << QList<qsizetype> { 2, 3 };
+        QTest::newRow("rows 1 and 2 to row 4")
+            << QList<qsizetype> { 1, 2 } << qsizetype(4) << QList<int> { 0, 3, 1, 2, 4 } << QList<qsizetype> { 2, 3 };
         QTest::newRow("up to the top") << QList<qsizetype> { 3 } << qsizetype(0) << QList<int> { 3, 0, 1, 2, 4 }
                                        << QList<qsizetype> { 0 };
         QTest::newRow("to the end") << QList<qsizetype> { 0 } << qsizetype(5) << QList<int> { 1, 2, 3, 4, 0 }

@@ -1,5 +1,4 @@
 #include "TestSupport.h"
-
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
@@ -11,7 +10,6 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
-
 #include <ctime>
 
 class TestSearchCli : public QObject
@@ -22,8 +20,8 @@ private:
     TemporaryHome m_home;
     QString m_archive;
 
-    static Value document(const QString& slip, const QString& title, const QString& content, const QDateTime& date,
-        const QString& kind)
+    static Value document(
+        const QString& slip, const QString& title, const QString& content, const QDateTime& date, const QString& kind)
     {
         DocumentPtr document = QuillarcDocument::create();
         document->setField(QuillarcDocument::UniqueID, Value::string(QStringLiteral("ID-") + slip));
@@ -80,9 +78,11 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("slips");
         QTest::newRow("everything") << QStringList {} << QStringList { "2", "10", "100" };
         QTest::newRow("descending by slip") << QStringList { "--sort", "4" } << QStringList { "100", "10", "2" };
-        QTest::newRow("by date ascending") << QStringList { "--sort", "0", "--ascending" } << QStringList { "2", "10", "100" };
+        QTest::newRow("by date ascending")
+            << QStringList { "--sort", "0", "--ascending" } << QStringList { "2", "10", "100" };
         QTest::newRow("two words") << QStringList { "rechnung", "müller" } << QStringList { "10" };
-        QTest::newRow("one day") << QStringList { "--from", "2024-03-10", "--to", "2024-03-10" } << QStringList { "10" };
+        QTest::newRow("one day") << QStringList { "--from", "2024-03-10", "--to", "2024-03-10" }
+                                 << QStringList { "10" };
         QTest::newRow("from only") << QStringList { "--from", "2024-03-11" } << QStringList { "100" };
         QTest::newRow("kind") << QStringList { "--kind", "PDF*" } << QStringList { "10", "100" };
         QTest::newRow("sharp s") << QStringList { "strasse" } << QStringList { "100" };

@@ -64,8 +64,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("completion");
-        QTest::newRow("shortest") << "ecl" << "Éclair";
-        QTest::newRow("accent typed") << "ÉCLAIR A" << "Éclair au chocolat";
+        QTest::newRow("shortest") << "ecl"
+                                  << "Éclair";
+        QTest::newRow("accent typed") << "ÉCLAIR A"
+                                      << "Éclair au chocolat";
         QTest::newRow("none") << "x" << QString();
         QTest::newRow("null") << QString() << QString();
     }

@@ -9,7 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
 #include <algorithm>
 
 namespace {
@@ -66,10 +65,10 @@ QString listing(const QList<DocumentPtr>& hits, bool json)
     }
     QString text;
     for (const DocumentPtr& document : hits) {
-        const QString date = localDateText(document->field(QuillarcDocument::FileDate), Qt::ISODate,
-            QStringLiteral("yyyy-MM-dd HH:mm"));
-        text += QStringList { document->uniqueID(), groupTitleOf(*document), date.isEmpty() ? QStringLiteral("-") : date,
-            document->slipNumber(), document->title() }
+        const QString date = localDateText(
+            document->field(QuillarcDocument::FileDate), Qt::ISODate, QStringLiteral("yyyy-MM-dd HH:mm"));
+        text += QStringList { document->uniqueID(), groupTitleOf(*document),
+            date.isEmpty() ? QStringLiteral("-") : date, document->slipNumber(), document->title() }
                     .join(QLatin1Char('\t'))
             + QLatin1Char('\n');
     }
@@ -136,7 +135,8 @@ int runSearch(const QStringList& arguments)
     const QuillarcPreferences& preferences = *archive->preferences();
     SortDescriptor descriptor = DocumentOrdering::applySortDescriptor(preferences);
     if (sortOrder != -2 || ascending)
-        descriptor = DocumentOrdering::sortDescriptorFor(sortOrder != -2 ? sortOrder : preferences.sortOrder(), ascending);
+        descriptor
+            = DocumentOrdering::sortDescriptorFor(sortOrder != -2 ? sortOrder : preferences.sortOrder(), ascending);
 
     timer.restart();
     DocumentSearch search;

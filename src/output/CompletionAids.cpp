@@ -5,7 +5,6 @@
 #include "output/TextFolding.h"
 
 #include <QSet>
-
 #include <algorithm>
 
 QStringList CompletionAids::allTags(const QList<GroupPtr>& groups)

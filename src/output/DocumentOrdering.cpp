@@ -5,7 +5,6 @@
 
 #include <QCollatorSortKey>
 #include <QLocale>
-
 #include <numeric>
 #include <optional>
 
@@ -22,14 +21,16 @@ SortDescriptor DocumentOrdering::sortDescriptorFor(qint64 sortOrder, qint64 sort
 
 SortDescriptor DocumentOrdering::applySortDescriptor(const QuillarcPreferences& preferences)
 {
-    return sortDescriptorFor(preferences.sortOrder(), preferences.field(QuillarcPreferences::SortKind).toBool() ? 1 : 0);
+    return sortDescriptorFor(
+        preferences.sortOrder(), preferences.field(QuillarcPreferences::SortKind).toBool() ? 1 : 0);
 }
 
 QCollator DocumentOrdering::standardCollator()
 {
     // The C locale collates by code point and knows no numeric mode; English
     // rules (the root order) stand in for it.
-    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
+    const QLocale locale
+        = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
     QCollator collator { locale };
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
@@ -81,7 +82,8 @@ int DocumentOrdering::compareLocalizedStandard(const QCollator& collator, const 
     return threeWay(collator.compare(left, right), 0);
 }
 
-std::vector<quint32> DocumentOrdering::sortedPositions(const QList<DocumentPtr>& documents, const SortDescriptor& descriptor)
+std::vector<quint32> DocumentOrdering::sortedPositions(
+    const QList<DocumentPtr>& documents, const SortDescriptor& descriptor)
 {
     std::vector<quint32> positions(size_t(documents.size()));
     std::iota(positions.begin(), positions.end(), 0u);

@@ -5,7 +5,6 @@
 #include <QCollator>
 #include <QList>
 #include <QString>
-
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -57,19 +56,21 @@ public:
     /// @p toIndex minus the number of moved indexes below it, keeping their
     /// order, and returns the range (which the caller selects). Indexes out of
     /// range are ignored; @p toIndex is clamped to the list.
-    template<typename T> static QList<qsizetype> moveObjectsInArrangedObjectsFromIndexes(QList<T>& objects,
-        QList<qsizetype> indexes, qsizetype toIndex);
+    template<typename T>
+    static QList<qsizetype> moveObjectsInArrangedObjectsFromIndexes(
+        QList<T>& objects, QList<qsizetype> indexes, qsizetype toIndex);
 };
 
 template<typename T>
-QList<qsizetype> DocumentOrdering::moveObjectsInArrangedObjectsFromIndexes(QList<T>& objects, QList<qsizetype> indexes,
-    qsizetype toIndex)
+QList<qsizetype> DocumentOrdering::moveObjectsInArrangedObjectsFromIndexes(
+    QList<T>& objects, QList<qsizetype> indexes, qsizetype toIndex)
 {
     std::sort(indexes.begin(), indexes.end());
     indexes.erase(std::unique(indexes.begin(), indexes.end()), indexes.end());
     indexes.removeIf([&objects](qsizetype index) { return index < 0 || index >= objects.size(); });
     toIndex = std::clamp<qsizetype>(toIndex, 0, objects.size());
-    const qsizetype below = std::count_if(indexes.begin(), indexes.end(), [toIndex](qsizetype index) { return index < toIndex; });
+    const qsizetype below
+        = std::count_if(indexes.begin(), indexes.end(), [toIndex](qsizetype index) { return index < toIndex; });
     QList<T> moved;
     for (const qsizetype index : indexes)
         moved.append(objects.at(index));

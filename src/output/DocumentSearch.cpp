@@ -80,8 +80,8 @@ SearchPredicate DocumentSearch::periodPredicate(const QDateTime& start, const QD
 
 SearchPredicate DocumentSearch::kindPredicate(const QString& kind)
 {
-    return SearchPredicate::comparison(QStringLiteral("fileKind"), SearchPredicate::Operator::Like,
-        kind.isNull() ? Value() : Value::string(kind));
+    return SearchPredicate::comparison(
+        QStringLiteral("fileKind"), SearchPredicate::Operator::Like, kind.isNull() ? Value() : Value::string(kind));
 }
 
 void DocumentSearch::searchDocuments()

@@ -49,7 +49,12 @@ inline bool isLetter(char byte)
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || static_cast<unsigned char>(byte) >= 0x80;
 }
 
-enum TokenClass { Letters, Mixed, Digits };
+enum TokenClass
+{
+    Letters,
+    Mixed,
+    Digits
+};
 
 /// Tokens without digits, with digits and letters, with digits but no letters.
 TokenClass characterClass(std::string_view token)
@@ -140,14 +145,14 @@ struct SearchIndex::Segment
     quint32 count = 0;
     bool indexed = false;
     qint64 textBytes = 0;
-    std::string folded;                   ///< fields, each ended by NUL
+    std::string folded; ///< fields, each ended by NUL
     std::vector<quint64> fieldStart { 0 }; ///< count * 8 + 1 offsets into folded
-    std::string vocabulary;               ///< tokens, each ended by '\n'
-    std::vector<quint32> tokenStart;      ///< tokens + 1 offsets into vocabulary
-    std::vector<quint32> postingStart;    ///< tokens + 1 offsets into the postings
-    std::vector<quint32> postingDoc;      ///< document within the segment
-    std::vector<quint8> postingMask;      ///< fields holding the token
-    quint32 classStart[4] = {};           ///< vocabulary offsets of the token classes, and its end
+    std::string vocabulary; ///< tokens, each ended by '\n'
+    std::vector<quint32> tokenStart; ///< tokens + 1 offsets into vocabulary
+    std::vector<quint32> postingStart; ///< tokens + 1 offsets into the postings
+    std::vector<quint32> postingDoc; ///< document within the segment
+    std::vector<quint8> postingMask; ///< fields holding the token
+    quint32 classStart[4] = {}; ///< vocabulary offsets of the token classes, and its end
 
     void append(const QuillarcDocument& document);
     void buildTokenIndex();
@@ -409,7 +414,8 @@ void SearchIndex::Segment::scan(std::string_view needle, quint8 mask, Bits& out,
                         continue;
                     const quint64 begin = fieldStart[size_t(doc) * fieldCount + field];
                     const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
-                    if (end - begin >= needle.size() && memmem(text + begin, end - begin, needle.data(), needle.size())) {
+                    if (end - begin >= needle.size()
+                        && memmem(text + begin, end - begin, needle.data(), needle.size())) {
                         setBit(out, doc);
                         break;
                     }
@@ -425,7 +431,8 @@ void SearchIndex::Segment::scan(std::string_view needle, quint8 mask, Bits& out,
         if (!hit)
             break;
         const size_t offset = size_t(static_cast<const char*>(hit) - text);
-        const size_t field = size_t(std::upper_bound(fieldStart.begin(), fieldStart.end(), offset) - fieldStart.begin()) - 1;
+        const size_t field
+            = size_t(std::upper_bound(fieldStart.begin(), fieldStart.end(), offset) - fieldStart.begin()) - 1;
         const size_t doc = field / fieldCount;
         if (mask & (1u << (field % fieldCount))) {
             setBit(out, quint32(doc));
@@ -486,7 +493,18 @@ void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& 
 /// matched once per distinct kind.
 struct SearchIndex::Compiled
 {
-    enum class Kind { All, Nothing, And, Or, Contains, KindIn, DateAtLeast, DateAtMost, Generic };
+    enum class Kind
+    {
+        All,
+        Nothing,
+        And,
+        Or,
+        Contains,
+        KindIn,
+        DateAtLeast,
+        DateAtMost,
+        Generic
+    };
     Kind kind = Kind::All;
     std::vector<Compiled> operands;
     std::string needle;
@@ -512,8 +530,10 @@ SearchIndex::Compiled SearchIndex::compile(const SearchPredicate& predicate) con
             Compiled part = compile(operand);
             // One pass per distinct needle: its fields are merged into one mask.
             if (isOr && part.kind == K::Contains) {
-                auto same = std::find_if(compiled.operands.begin(), compiled.operands.end(),
-                    [&part](const Compiled& other) { return other.kind == K::Contains && other.needle == part.needle; });
+                auto same
+                    = std::find_if(compiled.operands.begin(), compiled.operands.end(), [&part](const Compiled& other) {
+                          return other.kind == K::Contains && other.needle == part.needle;
+                      });
                 if (same != compiled.operands.end()) {
                     same->mask |= part.mask;
                     continue;
@@ -558,7 +578,8 @@ SearchIndex::Compiled SearchIndex::compile(const SearchPredicate& predicate) con
             break;
         compiled.kind = K::Nothing;
         if (argument.kind() == Value::Kind::Date) {
-            compiled.kind = predicate.op() == SearchPredicate::Operator::GreaterOrEqual ? K::DateAtLeast : K::DateAtMost;
+            compiled.kind
+                = predicate.op() == SearchPredicate::Operator::GreaterOrEqual ? K::DateAtLeast : K::DateAtMost;
             compiled.date = argument.toDate();
         }
         return compiled;
@@ -776,81 +797,80 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
         }
         return found->second;
     };
-    std::function<Bits(const Segment&, const Compiled&, Cache&)> evaluate = [&](const Segment& segment,
-                                                                             const Compiled& node, Cache& cache) {
-        const quint32 count = segment.count;
-        switch (node.kind) {
-        case K::All:
-            return fullBits(count);
-        case K::Nothing:
-            return emptyBits(count);
-        case K::And: {
-            Bits bits = fullBits(count);
-            for (const Compiled& operand : node.operands) {
-                const Bits part = evaluate(segment, operand, cache);
-                for (size_t i = 0; i < bits.size(); ++i)
-                    bits[i] &= part[i];
-                if (allZero(bits))
-                    break;
-            }
-            return bits;
-        }
-        case K::Or: {
-            Bits bits = emptyBits(count);
-            for (const Compiled& operand : node.operands) {
-                if (operand.kind == K::Contains) {
-                    const Bits& part = containing(segment, operand, cache);
-                    for (size_t i = 0; i < bits.size(); ++i)
-                        bits[i] |= part[i];
-                    continue;
-                }
-                const Bits part = evaluate(segment, operand, cache);
-                for (size_t i = 0; i < bits.size(); ++i)
-                    bits[i] |= part[i];
-            }
-            return bits;
-        }
-        case K::Contains:
-            return containing(segment, node, cache);
-        case K::KindIn: {
-            Bits bits = emptyBits(count);
-            for (quint32 doc = 0; doc < count; ++doc) {
-                const qint32 id = m_kindIds[segment.firstSlot + doc];
-                if (id >= 0 && size_t(id) < node.kindMatches.size() && node.kindMatches[size_t(id)])
-                    setBit(bits, doc);
-            }
-            return bits;
-        }
-        case K::DateAtLeast:
-        case K::DateAtMost: {
-            Bits bits = emptyBits(count);
-            const bool atLeast = node.kind == K::DateAtLeast;
-            for (quint32 doc = 0; doc < count; ++doc) {
-                const double date = m_fileDates[segment.firstSlot + doc]; // NaN compares false
-                if (atLeast ? date >= node.date : date <= node.date)
-                    setBit(bits, doc);
-            }
-            return bits;
-        }
-        case K::Generic: {
-            Bits bits = emptyBits(count);
-            for (quint32 doc = 0; doc < count; ++doc) {
-                if (node.predicate->evaluate(*m_documents[segment.firstSlot + doc]))
-                    setBit(bits, doc);
-            }
-            return bits;
-        }
-        }
-        return emptyBits(count);
-    };
+    std::function<Bits(const Segment&, const Compiled&, Cache&)> evaluate
+        = [&](const Segment& segment, const Compiled& node, Cache& cache) {
+              const quint32 count = segment.count;
+              switch (node.kind) {
+              case K::All:
+                  return fullBits(count);
+              case K::Nothing:
+                  return emptyBits(count);
+              case K::And: {
+                  Bits bits = fullBits(count);
+                  for (const Compiled& operand : node.operands) {
+                      const Bits part = evaluate(segment, operand, cache);
+                      for (size_t i = 0; i < bits.size(); ++i)
+                          bits[i] &= part[i];
+                      if (allZero(bits))
+                          break;
+                  }
+                  return bits;
+              }
+              case K::Or: {
+                  Bits bits = emptyBits(count);
+                  for (const Compiled& operand : node.operands) {
+                      if (operand.kind == K::Contains) {
+                          const Bits& part = containing(segment, operand, cache);
+                          for (size_t i = 0; i < bits.size(); ++i)
+                              bits[i] |= part[i];
+                          continue;
+                      }
+                      const Bits part = evaluate(segment, operand, cache);
+                      for (size_t i = 0; i < bits.size(); ++i)
+                          bits[i] |= part[i];
+                  }
+                  return bits;
+              }
+              case K::Contains:
+                  return containing(segment, node, cache);
+              case K::KindIn: {
+                  Bits bits = emptyBits(count);
+                  for (quint32 doc = 0; doc < count; ++doc) {
+                      const qint32 id = m_kindIds[segment.firstSlot + doc];
+                      if (id >= 0 && size_t(id) < node.kindMatches.size() && node.kindMatches[size_t(id)])
+                          setBit(bits, doc);
+                  }
+                  return bits;
+              }
+              case K::DateAtLeast:
+              case K::DateAtMost: {
+                  Bits bits = emptyBits(count);
+                  const bool atLeast = node.kind == K::DateAtLeast;
+                  for (quint32 doc = 0; doc < count; ++doc) {
+                      const double date = m_fileDates[segment.firstSlot + doc]; // NaN compares false
+                      if (atLeast ? date >= node.date : date <= node.date)
+                          setBit(bits, doc);
+                  }
+                  return bits;
+              }
+              case K::Generic: {
+                  Bits bits = emptyBits(count);
+                  for (quint32 doc = 0; doc < count; ++doc) {
+                      if (node.predicate->evaluate(*m_documents[segment.firstSlot + doc]))
+                          setBit(bits, doc);
+                  }
+                  return bits;
+              }
+              }
+              return emptyBits(count);
+          };
 
     // Large archives are searched on several threads, one segment each.
     const int threads = slotCount() >= 8192 ? m_threads : 1;
-    runParallel(int(m_segments.size()), threads,
-        [&](int i) {
-            Cache cache;
-            results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache);
-        });
+    runParallel(int(m_segments.size()), threads, [&](int i) {
+        Cache cache;
+        results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache);
+    });
 
     SlotSet hits(slotCount());
     std::vector<quint64>& words = hits.words();

@@ -6,7 +6,6 @@
 #include <QLatin1StringView>
 #include <QList>
 #include <QStringList>
-
 #include <array>
 #include <memory>
 #include <vector>
@@ -69,12 +68,12 @@ public:
     struct Statistics
     {
         qint64 documents = 0;
-        qint64 textBytes = 0;       ///< UTF-8 size of the searchable fields as stored
+        qint64 textBytes = 0; ///< UTF-8 size of the searchable fields as stored
         qint64 foldedBytes = 0;
         qint64 vocabularyBytes = 0;
         qint64 tokens = 0;
         qint64 postings = 0;
-        qint64 memoryBytes = 0;     ///< everything the structure holds
+        qint64 memoryBytes = 0; ///< everything the structure holds
         int segments = 0;
     };
 
@@ -125,7 +124,7 @@ private:
     std::vector<std::unique_ptr<Segment>> m_segments;
     std::vector<DocumentPtr> m_documents;
     std::vector<double> m_fileDates; ///< NaN for nil
-    std::vector<qint32> m_kindIds;   ///< -1 for nil
+    std::vector<qint32> m_kindIds; ///< -1 for nil
     QStringList m_kinds;
     QHash<QString, qint32> m_kindLookup;
     QHash<const QuillarcDocument*, qint64> m_slotOf;

@@ -3,7 +3,6 @@
 #include "model/Value.h"
 
 #include <QString>
-
 #include <vector>
 
 class QuillarcDatabaseObject;
@@ -22,8 +21,20 @@ class QuillarcDatabaseObject;
 class SearchPredicate
 {
 public:
-    enum class Type : quint8 { Null, Comparison, And, Or };
-    enum class Operator : quint8 { ContainsCD, Like, GreaterOrEqual, LessOrEqual };
+    enum class Type : quint8
+    {
+        Null,
+        Comparison,
+        And,
+        Or
+    };
+    enum class Operator : quint8
+    {
+        ContainsCD,
+        Like,
+        GreaterOrEqual,
+        LessOrEqual
+    };
 
     /// The null predicate: no filter at all.
     SearchPredicate() = default;

@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringView>
-
 #include <string>
 
 /// Folding that makes substring and prefix tests ignore case and diacritics.
