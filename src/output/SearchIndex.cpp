@@ -797,9 +797,25 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
         }
         return found->second;
     };
-    std::function<Bits(const Segment&, const Compiled&, Cache&)> evaluate
-        = [&](const Segment& segment, const Compiled& node, Cache& cache) {
+    // Within an AND, later operands only matter for the documents still in:
+    // when few are left, a needle is checked in their text directly.
+    struct Within
+    {
+        const Bits* bits = nullptr;
+        bool few = false;
+    };
+    std::function<Bits(const Segment&, const Compiled&, Cache&, Within)> evaluate
+        = [&](const Segment& segment, const Compiled& node, Cache& cache, Within within) {
               const quint32 count = segment.count;
+              auto needleBits = [&](const Compiled& needle, Bits& bits) {
+                  if (within.few && segment.indexed) {
+                      segment.scan(needle.needle, needle.mask, bits, within.bits);
+                      return;
+                  }
+                  const Bits& part = containing(segment, needle, cache);
+                  for (size_t i = 0; i < bits.size(); ++i)
+                      bits[i] |= part[i];
+              };
               switch (node.kind) {
               case K::All:
                   return fullBits(count);
@@ -807,10 +823,19 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                   return emptyBits(count);
               case K::And: {
                   Bits bits = fullBits(count);
+                  bool narrowed = false;
                   for (const Compiled& operand : node.operands) {
-                      const Bits part = evaluate(segment, operand, cache);
+                      Within inner = within;
+                      if (narrowed) {
+                          quint64 population = 0;
+                          for (const quint64 word : bits)
+                              population += quint64(std::popcount(word));
+                          inner = { &bits, population <= count / 64 };
+                      }
+                      const Bits part = evaluate(segment, operand, cache, inner);
                       for (size_t i = 0; i < bits.size(); ++i)
                           bits[i] &= part[i];
+                      narrowed = true;
                       if (allZero(bits))
                           break;
                   }
@@ -820,19 +845,20 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                   Bits bits = emptyBits(count);
                   for (const Compiled& operand : node.operands) {
                       if (operand.kind == K::Contains) {
-                          const Bits& part = containing(segment, operand, cache);
-                          for (size_t i = 0; i < bits.size(); ++i)
-                              bits[i] |= part[i];
+                          needleBits(operand, bits);
                           continue;
                       }
-                      const Bits part = evaluate(segment, operand, cache);
+                      const Bits part = evaluate(segment, operand, cache, within);
                       for (size_t i = 0; i < bits.size(); ++i)
                           bits[i] |= part[i];
                   }
                   return bits;
               }
-              case K::Contains:
-                  return containing(segment, node, cache);
+              case K::Contains: {
+                  Bits bits = emptyBits(count);
+                  needleBits(node, bits);
+                  return bits;
+              }
               case K::KindIn: {
                   Bits bits = emptyBits(count);
                   for (quint32 doc = 0; doc < count; ++doc) {
@@ -869,7 +895,7 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
     const int threads = slotCount() >= 8192 ? m_threads : 1;
     runParallel(int(m_segments.size()), threads, [&](int i) {
         Cache cache;
-        results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache);
+        results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache, Within());
     });
 
     SlotSet hits(slotCount());
