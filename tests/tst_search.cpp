@@ -363,7 +363,10 @@ private Q_SLOTS:
         };
         QList<DocumentPtr> documents;
         for (int i = 0; i < 3000; ++i) {
-            DocumentPtr document = makeDocument(QString::number(i), sentence(random.bounded(12)));
+            // A few documents hold a rare word, so that later words of a query
+            // are checked in the few documents left.
+            const QString rare = i % 600 == 5 ? QStringLiteral(" Seltenheit") : QString();
+            DocumentPtr document = makeDocument(QString::number(i), sentence(random.bounded(12)) + rare);
             document->setField(QuillarcDocument::Comment, Value::string(sentence(2)));
             document->setField(QuillarcDocument::Note, random.bounded(3) ? Value() : Value::string(sentence(3)));
             document->setField(QuillarcDocument::Tags, Value::array({ Value::string(sentence(1)) }));
@@ -373,7 +376,8 @@ private Q_SLOTS:
         search.resetArrayAndFilter(documents, {});
         QCOMPARE(search.index().statistics().segments, 2);
         const QStringList queries = { "rechnung", "MULLER", "strasse", "izmir", "12.03", "03.2024", "mail", "-", "&",
-            "cafe", "final", "nr. 2024", "gmbh muster", "ae", "æ", "r", "2024 tax", ", ", "xyz" };
+            "cafe", "final", "nr. 2024", "gmbh muster", "ae", "æ", "r", "2024 tax", ", ", "xyz", "seltenheit rechnung",
+            "seltenheit 12.03 r", "seltenheit müller" };
         auto check = [&](const QList<DocumentPtr>& expectedSet) {
             for (const QString& query : queries) {
                 search.setSearchText(query);
