@@ -348,6 +348,19 @@ private Q_SLOTS:
         QVERIFY(search.endDate().isNull());
     }
 
+    void editedDocumentIsFoundByItsNewText()
+    {
+        const QList<DocumentPtr> documents = { makeDocument("Rechnung"), makeDocument("Quittung") };
+        DocumentSearch search;
+        search.resetArrayAndFilter(documents, {});
+        QCOMPARE(searchTitles(search, QStringLiteral("quittung")), QStringList { "Quittung" });
+        documents[1]->setField(QuillarcDocument::Title, Value::string(QStringLiteral("Mahnung")));
+        search.refreshDocument(documents[1]);
+        QCOMPARE(titles(search.arrangedObjects()), QStringList());
+        QCOMPARE(searchTitles(search, QStringLiteral("mahnung")), QStringList { "Mahnung" });
+        QCOMPARE(searchTitles(search, QString()), QStringList({ "Mahnung", "Rechnung" }));
+    }
+
     /// The index must give exactly what evaluating the predicate on every
     /// document gives, across segments, the tail, edits and removals.
     void indexAgreesWithEvaluation()

@@ -4,6 +4,9 @@
 #include "store/Document.h"
 #include "text/StringHelpers.h"
 
+#include <algorithm>
+#include <numeric>
+
 DocumentSearch::DocumentSearch()
     : m_sortDescriptor(DocumentOrdering::sortDescriptorFor(0, 0))
 {
@@ -19,6 +22,8 @@ void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
     m_content = documents;
     m_fileKinds = fileKinds;
     m_index.build(m_content);
+    m_slotOfPosition.resize(size_t(m_content.size()));
+    std::iota(m_slotOfPosition.begin(), m_slotOfPosition.end(), 0u);
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
     m_filterKind = false;
     m_filterPeriod = false;
@@ -115,6 +120,18 @@ void DocumentSearch::searchDocuments()
     m_hits = m_index.filter(m_filterPredicate);
 }
 
+void DocumentSearch::refreshDocument(const DocumentPtr& document)
+{
+    const qint64 oldSlot = m_index.slotOf(document.get());
+    const auto position = std::find(m_slotOfPosition.begin(), m_slotOfPosition.end(), quint32(oldSlot));
+    if (oldSlot < 0 || position == m_slotOfPosition.end())
+        return;
+    m_index.refreshDocument(document);
+    *position = quint32(m_index.slotOf(document.get()));
+    m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
+    m_hits = m_filterPredicate.isNull() ? m_index.liveSlots() : m_index.filter(m_filterPredicate);
+}
+
 void DocumentSearch::setSortDescriptor(const SortDescriptor& descriptor)
 {
     if (descriptor == m_sortDescriptor && m_order.size() == size_t(m_content.size()))
@@ -138,7 +155,7 @@ std::vector<quint32> DocumentSearch::arrangedPositions() const
     std::vector<quint32> positions;
     positions.reserve(m_hits.count());
     for (const quint32 position : m_order) {
-        if (m_hits.contains(position))
+        if (m_hits.contains(m_slotOfPosition[position]))
             positions.push_back(position);
     }
     return positions;

@@ -55,6 +55,10 @@ public:
     /// Rebuilds the filter from the text and the filter settings and applies it.
     void searchDocuments();
 
+    /// Reads an edited document of the list again, so the filter sees its new
+    /// texts and dates (the list itself and its order stay as they are).
+    void refreshDocument(const DocumentPtr& document);
+
     /// The order of the list (the main view's current sort descriptor).
     void setSortDescriptor(const SortDescriptor& descriptor);
     SortDescriptor sortDescriptor() const { return m_sortDescriptor; }
@@ -95,4 +99,5 @@ private:
     SearchIndex::SlotSet m_hits;
     SortDescriptor m_sortDescriptor;
     std::vector<quint32> m_order;
+    std::vector<quint32> m_slotOfPosition; ///< index slot of each content position
 };
