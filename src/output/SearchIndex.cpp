@@ -10,6 +10,7 @@
 #include <functional>
 #include <limits>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 
@@ -114,14 +115,25 @@ template<typename Job> void runParallel(int count, int threads, Job job)
     }
     std::vector<std::thread> workers;
     const int used = std::min(threads, count);
+    std::vector<bool> started(size_t(used), false);
+    started[0] = true;
     for (int t = 1; t < used; ++t) {
-        workers.emplace_back([&job, t, used, count] {
+        try {
+            workers.emplace_back([&job, t, used, count] {
+                for (int i = t; i < count; i += used)
+                    job(i);
+            });
+            started[size_t(t)] = true;
+        } catch (const std::system_error&) {
+            // No thread to be had: this thread does that share as well.
+        }
+    }
+    for (int t = 0; t < used; ++t) {
+        if (t == 0 || !started[size_t(t)]) {
             for (int i = t; i < count; i += used)
                 job(i);
-        });
+        }
     }
-    for (int i = 0; i < count; i += used)
-        job(i);
     for (std::thread& worker : workers)
         worker.join();
 }
