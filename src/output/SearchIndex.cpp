@@ -38,32 +38,44 @@ inline bool isSeparator(char byte)
     return separators.separator[static_cast<unsigned char>(byte)];
 }
 
-inline bool isDigit(char byte)
+/// The group of a byte of folded text: digits, five ranges of small ASCII
+/// letters, bytes of multi-byte characters, and the rest of ASCII.
+struct ByteGroupTable
 {
-    return byte >= '0' && byte <= '9';
-}
-
-/// Letters of folded text: ASCII letters (folded text has only small ones)
-/// and every byte of a multi-byte character.
-inline bool isLetter(char byte)
-{
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || static_cast<unsigned char>(byte) >= 0x80;
-}
-
-enum TokenClass
-{
-    Letters,
-    Mixed,
-    Digits
+    quint8 group[256];
+    constexpr ByteGroupTable()
+        : group()
+    {
+        for (int byte = 0; byte < 256; ++byte) {
+            int bit = 7;
+            if (byte >= '0' && byte <= '9')
+                bit = 0;
+            else if (byte >= 'a' && byte <= 'e')
+                bit = 1;
+            else if (byte >= 'f' && byte <= 'j')
+                bit = 2;
+            else if (byte >= 'k' && byte <= 'o')
+                bit = 3;
+            else if (byte >= 'p' && byte <= 't')
+                bit = 4;
+            else if (byte >= 'u' && byte <= 'z')
+                bit = 5;
+            else if (byte >= 0x80)
+                bit = 6;
+            group[byte] = quint8(1u << bit);
+        }
+    }
 };
+constexpr ByteGroupTable byteGroups;
 
-/// Tokens without digits, with digits and letters, with digits but no letters.
-TokenClass characterClass(std::string_view token)
+/// The byte groups a text holds: a token can only contain a needle whose
+/// groups are all among its own.
+quint8 groupMask(std::string_view text)
 {
-    const bool digit = std::any_of(token.begin(), token.end(), isDigit);
-    if (!digit)
-        return Letters;
-    return std::any_of(token.begin(), token.end(), isLetter) ? Mixed : Digits;
+    quint8 mask = 0;
+    for (const char byte : text)
+        mask |= byteGroups.group[static_cast<unsigned char>(byte)];
+    return mask;
 }
 
 qint64 utf8Size(QStringView text)
@@ -164,7 +176,10 @@ struct SearchIndex::Segment
     std::vector<quint32> postingStart; ///< tokens + 1 offsets into the postings
     std::vector<quint32> postingDoc; ///< document within the segment
     std::vector<quint8> postingMask; ///< fields holding the token
-    quint32 classStart[4] = {}; ///< vocabulary offsets of the token classes, and its end
+    /// Vocabulary offset and first token of the tokens of each byte-group
+    /// mask (the vocabulary is ordered by mask), and the ends.
+    quint32 groupStart[257] = {};
+    quint32 groupFirstToken[257] = {};
 
     void append(const QuillarcDocument& document);
     void buildTokenIndex();
@@ -293,28 +308,46 @@ void SearchIndex::Segment::buildTokenIndex()
     const size_t tokens = hashes.size();
     tokenStart.push_back(quint32(vocabulary.size()));
 
-    // Vocabulary reordered by character class: letters only, mixed, digits
-    // only. A needle with a letter then skips the many numbers, a needle with
-    // a digit the words.
+    // Vocabulary reordered by the byte groups its tokens hold: a needle is
+    // looked for only among tokens holding all of its groups, so "rechnung"
+    // skips every number and "2024" every word.
     std::vector<quint32> newId(tokens);
     {
-        std::vector<quint32> byClass[3];
+        std::vector<quint8> masks(tokens);
+        std::vector<quint32> bucketSize(257, 0);
+        for (quint32 id = 0; id < tokens; ++id) {
+            masks[id] = groupMask(tokenView(id));
+            ++bucketSize[size_t(masks[id]) + 1];
+        }
+        for (size_t mask = 0; mask < 256; ++mask)
+            bucketSize[mask + 1] += bucketSize[mask];
+        std::vector<quint32> order(tokens);
+        std::vector<quint32> fill(bucketSize.begin(), bucketSize.end() - 1);
         for (quint32 id = 0; id < tokens; ++id)
-            byClass[size_t(characterClass(tokenView(id)))].push_back(id);
+            order[fill[masks[id]]++] = id;
         std::string ordered;
         ordered.reserve(vocabulary.size());
         std::vector<quint32> orderedStart;
         orderedStart.reserve(tokens + 1);
-        for (int tokenClass = 0; tokenClass < 3; ++tokenClass) {
-            classStart[tokenClass] = quint32(ordered.size());
-            for (const quint32 id : byClass[tokenClass]) {
-                newId[id] = quint32(orderedStart.size());
-                orderedStart.push_back(quint32(ordered.size()));
-                ordered.append(tokenView(id));
-                ordered.push_back('\n');
+        size_t mask = 0;
+        for (quint32 position = 0; position <= tokens; ++position) {
+            while (mask < 256 && bucketSize[mask] == position) {
+                groupStart[mask] = quint32(ordered.size());
+                groupFirstToken[mask] = position;
+                ++mask;
             }
+            if (position == tokens)
+                break;
+            const quint32 id = order[position];
+            newId[id] = position;
+            orderedStart.push_back(quint32(ordered.size()));
+            ordered.append(tokenView(id));
+            ordered.push_back('\n');
         }
-        classStart[3] = quint32(ordered.size());
+        for (; mask <= 256; ++mask) {
+            groupStart[mask] = quint32(ordered.size());
+            groupFirstToken[mask] = quint32(tokens);
+        }
         orderedStart.push_back(quint32(ordered.size()));
         vocabulary.swap(ordered);
         tokenStart.swap(orderedStart);
@@ -373,32 +406,33 @@ const std::vector<quint32>& SearchIndex::Segment::matchingTokens(std::string_vie
     std::vector<quint32>& found = entry->second;
     if (!inserted)
         return found;
-    // Only the classes of tokens that can hold every byte of the needle.
-    const bool digit = std::any_of(needle.begin(), needle.end(), isDigit);
-    const bool letter = std::any_of(needle.begin(), needle.end(), isLetter);
-    const int firstClass = digit ? Mixed : Letters;
-    const int lastClass = letter ? Mixed : Digits;
+    const quint8 needleGroups = groupMask(needle);
     const char* words = vocabulary.data();
-    const size_t size = classStart[lastClass + 1];
-    size_t at = classStart[firstClass];
     const size_t tokens = tokenStart.size() - 1;
-    // Hits come in vocabulary order: the token of each is found by galloping
-    // on from the previous one, which costs little when hits are dense.
-    size_t token = size_t(std::upper_bound(tokenStart.begin(), tokenStart.end(), quint32(at)) - tokenStart.begin()) - 1;
-    while (at < size) {
-        const void* hit = memmem(words + at, size - at, needle.data(), needle.size());
-        if (!hit)
-            break;
-        const quint32 offset = quint32(static_cast<const char*>(hit) - words);
-        size_t step = 1;
-        while (token + step < tokens && tokenStart[token + step] <= offset) {
-            token += step;
-            step *= 2;
+    for (size_t groups = 0; groups < 256; ++groups) {
+        if ((groups & needleGroups) != needleGroups || groupStart[groups] == groupStart[groups + 1])
+            continue;
+        size_t at = groupStart[groups];
+        const size_t size = groupStart[groups + 1];
+        // Hits come in vocabulary order: the token of each is found by
+        // galloping on from the previous one, which costs little when hits are dense.
+        size_t token = groupFirstToken[groups];
+        while (at < size) {
+            const void* hit = memmem(words + at, size - at, needle.data(), needle.size());
+            if (!hit)
+                break;
+            const quint32 offset = quint32(static_cast<const char*>(hit) - words);
+            size_t step = 1;
+            while (token + step < tokens && tokenStart[token + step] <= offset) {
+                token += step;
+                step *= 2;
+            }
+            const auto last = tokenStart.begin() + qsizetype(std::min(token + step, tokens));
+            token = size_t(std::upper_bound(tokenStart.begin() + qsizetype(token), last, offset) - tokenStart.begin())
+                - 1;
+            found.push_back(quint32(token));
+            at = tokenStart[++token]; // the rest of this token cannot add anything
         }
-        const auto last = tokenStart.begin() + qsizetype(std::min(token + step, tokens));
-        token = size_t(std::upper_bound(tokenStart.begin() + qsizetype(token), last, offset) - tokenStart.begin()) - 1;
-        found.push_back(quint32(token));
-        at = tokenStart[++token]; // the rest of this token cannot add anything
     }
     return found;
 }
@@ -521,7 +555,7 @@ struct SearchIndex::Compiled
     std::vector<Compiled> operands;
     std::string needle;
     quint8 mask = 0;
-    std::vector<bool> kindMatches;
+    std::vector<quint8> kindMatches; ///< per kind id, plus one for nil at the end
     double date = 0;
     const SearchPredicate* predicate = nullptr;
 };
@@ -581,7 +615,8 @@ SearchIndex::Compiled SearchIndex::compile(const SearchPredicate& predicate) con
         if (argument.kind() == Value::Kind::String) {
             compiled.kind = K::KindIn;
             for (const QString& kind : m_kinds)
-                compiled.kindMatches.push_back(SearchPredicate::matchesLike(kind, argument.toString()));
+                compiled.kindMatches.push_back(SearchPredicate::matchesLike(kind, argument.toString()) ? 1 : 0);
+            compiled.kindMatches.push_back(0); // nil
         }
         return compiled;
     case SearchPredicate::Operator::GreaterOrEqual:
@@ -872,22 +907,28 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                   return bits;
               }
               case K::KindIn: {
+                  // Word by word without branches: these loops run over every document.
                   Bits bits = emptyBits(count);
+                  const qint32* ids = m_kindIds.data() + segment.firstSlot;
+                  const quint8* matches = node.kindMatches.data();
+                  const size_t nilEntry = node.kindMatches.size() - 1;
                   for (quint32 doc = 0; doc < count; ++doc) {
-                      const qint32 id = m_kindIds[segment.firstSlot + doc];
-                      if (id >= 0 && size_t(id) < node.kindMatches.size() && node.kindMatches[size_t(id)])
-                          setBit(bits, doc);
+                      const size_t id = ids[doc] < 0 ? nilEntry : std::min(size_t(ids[doc]), nilEntry);
+                      bits[doc >> 6] |= quint64(matches[id]) << (doc & 63);
                   }
                   return bits;
               }
               case K::DateAtLeast:
               case K::DateAtMost: {
                   Bits bits = emptyBits(count);
-                  const bool atLeast = node.kind == K::DateAtLeast;
-                  for (quint32 doc = 0; doc < count; ++doc) {
-                      const double date = m_fileDates[segment.firstSlot + doc]; // NaN compares false
-                      if (atLeast ? date >= node.date : date <= node.date)
-                          setBit(bits, doc);
+                  const double* dates = m_fileDates.data() + segment.firstSlot;
+                  const double bound = node.date;
+                  if (node.kind == K::DateAtLeast) {
+                      for (quint32 doc = 0; doc < count; ++doc) // NaN compares false
+                          bits[doc >> 6] |= quint64(dates[doc] >= bound) << (doc & 63);
+                  } else {
+                      for (quint32 doc = 0; doc < count; ++doc)
+                          bits[doc >> 6] |= quint64(dates[doc] <= bound) << (doc & 63);
                   }
                   return bits;
               }
