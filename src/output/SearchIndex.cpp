@@ -187,7 +187,7 @@ struct SearchIndex::Segment
     {
         return qint64(folded.capacity() + vocabulary.capacity()) + capacityBytes(fieldStart) + capacityBytes(tokenStart)
             + capacityBytes(postingStart) + capacityBytes(postingDoc) + capacityBytes(postingMask)
-            + capacityBytes(bytePresence);
+            + capacityBytes(bytePresence) + capacityBytes(pairSet) + capacityBytes(pairSets);
     }
 
     /// Per ASCII byte and field, the documents whose field holds the byte:
@@ -196,6 +196,15 @@ struct SearchIndex::Segment
     std::vector<quint64> bytePresence;
     size_t wordsPerSet() const { return (count + 63) / 64; }
     void buildBytePresence();
+    /// Per pair of ASCII bytes, the documents holding it in a field other
+    /// than the note (the fields a word is tested against; the note is short
+    /// and scanned): two-letter needles, the second keystroke, also match
+    /// most tokens. pairSet[pair] indexes sets of wordsPerSet() in pairSets;
+    /// -1 for a pair no document holds.
+    std::vector<qint32> pairSet;
+    std::vector<quint64> pairSets;
+    void buildPairPresence();
+    void scanField(std::string_view needle, int field, Bits& out) const;
 
     const std::vector<quint32>& matchingTokens(std::string_view needle, SegmentCache& cache) const;
     void tokenUnion(std::string_view needle, quint8 mask, Bits& out, SegmentCache& cache) const;
@@ -376,6 +385,7 @@ void SearchIndex::Segment::buildTokenIndex()
     if (folded.capacity() > folded.size() + folded.size() / 16)
         folded.shrink_to_fit();
     buildBytePresence();
+    buildPairPresence();
     indexed = true;
 }
 
@@ -397,6 +407,53 @@ void SearchIndex::Segment::buildBytePresence()
                     bytePresence[(byte * fieldCount + size_t(field)) * words + doc / 64] |= quint64(1) << (doc % 64);
             }
         }
+    }
+}
+
+void SearchIndex::Segment::buildPairPresence()
+{
+    constexpr quint8 noteField = 4;
+    const size_t words = wordsPerSet();
+    pairSet.assign(128 * 128, -1);
+    pairSets.clear();
+    std::vector<quint32> stamp(128 * 128, std::numeric_limits<quint32>::max());
+    std::vector<quint32> pairs;
+    const auto* text = reinterpret_cast<const unsigned char*>(folded.data());
+    for (quint32 doc = 0; doc < count; ++doc) {
+        pairs.clear();
+        for (int field = 0; field < fieldCount; ++field) {
+            if (field == noteField)
+                continue;
+            const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
+            for (quint64 at = fieldStart[size_t(doc) * fieldCount + field]; at + 1 < end; ++at) {
+                if (text[at] >= 128 || text[at + 1] >= 128)
+                    continue;
+                const quint32 pair = quint32(text[at]) * 128 + text[at + 1];
+                if (stamp[pair] != doc) {
+                    stamp[pair] = doc;
+                    pairs.push_back(pair);
+                }
+            }
+        }
+        for (const quint32 pair : pairs) {
+            if (pairSet[pair] < 0) {
+                pairSet[pair] = qint32(pairSets.size() / words);
+                pairSets.resize(pairSets.size() + words, 0);
+            }
+            pairSets[size_t(pairSet[pair]) * words + doc / 64] |= quint64(1) << (doc % 64);
+        }
+    }
+    pairSets.shrink_to_fit();
+}
+
+void SearchIndex::Segment::scanField(std::string_view needle, int field, Bits& out) const
+{
+    const char* text = folded.data();
+    for (quint32 doc = 0; doc < count; ++doc) {
+        const quint64 begin = fieldStart[size_t(doc) * fieldCount + field];
+        const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
+        if (end - begin >= needle.size() && memmem(text + begin, end - begin, needle.data(), needle.size()))
+            setBit(out, doc);
     }
 }
 
@@ -505,6 +562,21 @@ void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& 
             for (size_t word = 0; word < words; ++word)
                 out[word] |= present[word];
         }
+        return;
+    }
+    constexpr quint8 allButNote = 0xEF;
+    if (needle.size() == 2 && static_cast<unsigned char>(needle[0]) < 128 && static_cast<unsigned char>(needle[1]) < 128
+        && (mask & allButNote) == allButNote) {
+        const qint32 set
+            = pairSet[size_t(static_cast<unsigned char>(needle[0])) * 128 + static_cast<unsigned char>(needle[1])];
+        if (set >= 0) {
+            const size_t words = wordsPerSet();
+            const quint64* present = pairSets.data() + size_t(set) * words;
+            for (size_t word = 0; word < words; ++word)
+                out[word] |= present[word];
+        }
+        if (mask & ~allButNote)
+            scanField(needle, 4, out);
         return;
     }
     if (std::none_of(needle.begin(), needle.end(), isSeparator))

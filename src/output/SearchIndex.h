@@ -30,12 +30,15 @@ using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 /// few MB) is scanned instead of the text. The vocabulary is ordered by the
 /// byte groups its tokens hold (digits, five ranges of letters, non-ASCII,
 /// punctuation), and only tokens holding every group of the needle are
-/// scanned, so "rechnung" never looks at numbers and "2024" never at words. A one-byte needle (the first keystroke,
-/// which is in nearly every token) is answered from per-byte document sets. A needle with white space (the phrase
-/// tested against the note, a tab) narrows the candidates through the tokens that contain each of its pieces and is
-/// then checked in the folded field text; a needle of white space alone scans the folded text. Within an AND, once few
-/// documents are left, the remaining needles are checked in those documents' text directly. Segments are searched in
-/// parallel.
+/// scanned, so "rechnung" never looks at numbers and "2024" never at words.
+/// One- and two-byte needles (the first keystrokes, found in nearly every
+/// token) are answered from per-byte and per-pair document sets. A needle
+/// with white space (the phrase tested against the note, a tab) narrows the
+/// candidates through the tokens that contain each of its pieces and is then
+/// checked in the folded field text; a needle of white space alone scans the
+/// folded text. Within an AND, once few documents are left, the remaining
+/// needles are checked in those documents' text directly. Segments are
+/// searched in parallel.
 ///
 /// New documents go to a tail segment that is searched by scanning alone
 /// until it has tailCapacity documents; then it gets its token index. An
