@@ -156,16 +156,15 @@ void PrinterTextView::substituteVariables(const QVariantHash& variables)
     }
 }
 
-void PrinterTextView::replaceText(const QString& tag, const QString& value)
+void PrinterTextView::replaceTag(const QString& tag, bool valueHoldsTag, const std::function<void(qsizetype)>& replaceAt)
 {
     if (tag.isEmpty())
         return;
-    const bool recursive = value.contains(tag, Qt::CaseInsensitive);
     for (int count = 0;; ++count) {
         const qsizetype index = m_text.string().indexOf(tag, 0, Qt::CaseInsensitive);
         if (index < 0)
             break;
-        if (recursive) {
+        if (valueHoldsTag) {
             m_text.replace(index, tag.size(), recursionText);
             break;
         }
@@ -173,33 +172,24 @@ void PrinterTextView::replaceText(const QString& tag, const QString& value)
             qCWarning(lcQuillarc) << "Report text: gave up replacing" << tag << "after" << count << "replacements";
             break;
         }
-        m_text.replace(index, tag.size(), value);
+        replaceAt(index);
     }
     invalidateLayout();
 }
 
+void PrinterTextView::replaceText(const QString& tag, const QString& value)
+{
+    replaceTag(tag, value.contains(tag, Qt::CaseInsensitive),
+        [&](qsizetype index) { m_text.replace(index, tag.size(), value); });
+}
+
 void PrinterTextView::replaceText(const QString& tag, const PrinterAttributedString& value)
 {
-    if (tag.isEmpty())
-        return;
-    const bool recursive = value.string().contains(tag, Qt::CaseInsensitive);
-    for (int count = 0;; ++count) {
-        const qsizetype index = m_text.string().indexOf(tag, 0, Qt::CaseInsensitive);
-        if (index < 0)
-            break;
-        if (recursive) {
-            m_text.replace(index, tag.size(), recursionText);
-            break;
-        }
-        if (count == maximumReplacements) {
-            qCWarning(lcQuillarc) << "Report text: gave up replacing" << tag << "after" << count << "replacements";
-            break;
-        }
+    replaceTag(tag, value.string().contains(tag, Qt::CaseInsensitive), [&](qsizetype index) {
         PrinterAttributedString styled = value;
         adoptTemplate(styled, m_text.formatAt(index), m_text.paragraphStyleAt(index));
         m_text.replace(index, tag.size(), styled);
-    }
-    invalidateLayout();
+    });
 }
 
 std::unique_ptr<PrinterView> PrinterTextView::copyWithoutSubviews() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "report/PrinterAttributedString.h"
 #include "report/PrinterView.h"
 
@@ -70,6 +72,9 @@ protected:
     void releaseOwnCaches() override;
 
 private:
+    /// Replaces every occurrence of tag (any case) through replaceAt; a value
+    /// that holds its own tag is replaced once by the recursion text instead.
+    void replaceTag(const QString& tag, bool valueHoldsTag, const std::function<void(qsizetype)>& replaceAt);
     QTextDocument* document() const;
     double textWidth() const;
     void invalidateLayout();

@@ -58,6 +58,18 @@ void KeyedArchiver::finishRecord(quint64 uid, std::vector<Ref>& keys, std::vecto
     m_writer.setDictionary(m_objects[size_t(uid)], keys, values);
 }
 
+void KeyedArchiver::finishContainerRecord(quint64 uid, std::vector<Ref>& keys, std::vector<Ref>& values,
+    const QString& immutableName, bool isMutable)
+{
+    // "NSMutableArray" derives from "NSArray", likewise for dictionaries.
+    if (!isMutable) {
+        finishRecord(uid, keys, values, immutableName, { immutableName, QStringLiteral("NSObject") });
+        return;
+    }
+    const QString name = QStringLiteral("NSMutable") + immutableName.mid(2);
+    finishRecord(uid, keys, values, name, { name, immutableName, QStringLiteral("NSObject") });
+}
+
 quint64 KeyedArchiver::encode(const Value& value)
 {
     switch (value.kind()) {
@@ -126,12 +138,7 @@ quint64 KeyedArchiver::encode(const Value& value)
             items.push_back(m_writer.addUid(encode(item)));
         std::vector<Ref> keys { m_writer.addString(QStringLiteral("NS.objects")) };
         std::vector<Ref> values { m_writer.addArray(items) };
-        const bool isMutable = value.isMutableContainer();
-        const QString name = isMutable ? QStringLiteral("NSMutableArray") : QStringLiteral("NSArray");
-        const QStringList chain = isMutable
-            ? QStringList { name, QStringLiteral("NSArray"), QStringLiteral("NSObject") }
-            : QStringList { name, QStringLiteral("NSObject") };
-        finishRecord(uid, keys, values, name, chain);
+        finishContainerRecord(uid, keys, values, QStringLiteral("NSArray"), value.isMutableContainer());
         return uid;
     }
     case Value::Kind::Dictionary: {
@@ -145,12 +152,7 @@ quint64 KeyedArchiver::encode(const Value& value)
             valueUids.push_back(m_writer.addUid(encode(it.value())));
         std::vector<Ref> keys { m_writer.addString(QStringLiteral("NS.keys")), m_writer.addString(QStringLiteral("NS.objects")) };
         std::vector<Ref> values { m_writer.addArray(keyUids), m_writer.addArray(valueUids) };
-        const bool isMutable = value.isMutableContainer();
-        const QString name = isMutable ? QStringLiteral("NSMutableDictionary") : QStringLiteral("NSDictionary");
-        const QStringList chain = isMutable
-            ? QStringList { name, QStringLiteral("NSDictionary"), QStringLiteral("NSObject") }
-            : QStringList { name, QStringLiteral("NSObject") };
-        finishRecord(uid, keys, values, name, chain);
+        finishContainerRecord(uid, keys, values, QStringLiteral("NSDictionary"), value.isMutableContainer());
         return uid;
     }
     case Value::Kind::Object: {

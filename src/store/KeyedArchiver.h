@@ -25,6 +25,8 @@ private:
     quint64 classUid(const QString& className, const QStringList& chain);
     void finishRecord(quint64 uid, std::vector<Ref>& keys, std::vector<Ref>& values, const QString& className,
         const QStringList& chain);
+    void finishContainerRecord(quint64 uid, std::vector<Ref>& keys, std::vector<Ref>& values, const QString& immutableName,
+        bool isMutable);
     QByteArray finish(quint64 rootUid);
 
     BinaryPlistWriter m_writer;
