@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QLocale>
 #include <QPointer>
 #include <QSaveFile>
 #include <QTimer>
@@ -61,7 +62,10 @@ QString Exporter::safeFileName(const QString& name)
 
 QList<DocumentPtr> Exporter::sortedForGroup(QList<DocumentPtr> documents)
 {
-    QCollator collator;
+    // The C locale collates by code points and ignores the numeric mode; an
+    // unconfigured system still gets the natural order, from the root rules.
+    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
+    QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(documents.begin(), documents.end(), [&collator](const DocumentPtr& a, const DocumentPtr& b) {
