@@ -92,12 +92,13 @@ private:
     }
 
     /// Saves an archive with the records (groups made in order of first mention) and reopens it.
-    std::unique_ptr<Document> makeArchive(const QList<Record>& records, QString* package = nullptr,
-        const std::function<void(Document&)>& adjust = {})
+    std::unique_ptr<Document> makeArchive(
+        const QList<Record>& records, QString* package = nullptr, const std::function<void(Document&)>& adjust = {})
     {
         const QString path = freshPath(QStringLiteral("archive")) + QStringLiteral(".quillarc");
         ArchiveFixture fixture(path);
-        fixture.archive().container()->setField(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Records 2026")));
+        fixture.archive().container()->setField(
+            QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Records 2026")));
         QMap<QString, GroupPtr> groups;
         int day = 1;
         for (const Record& record : records) {
@@ -128,8 +129,9 @@ private Q_SLOTS:
     {
         const QByteArray invoice = QByteArray("%PDF-1.4 invoice ") + QByteArray(5000, 'i');
         const QByteArray letter("letter bytes \x00\x01\x02", 16);
-        const auto archive = makeArchive({ { QStringLiteral("Receipts"), QStringLiteral("A/17"), QStringLiteral("Invoice"), invoice },
-            { QStringLiteral("Receipts"), QString(), QStringLiteral("Letter"), letter } });
+        const auto archive
+            = makeArchive({ { QStringLiteral("Receipts"), QStringLiteral("A/17"), QStringLiteral("Invoice"), invoice },
+                { QStringLiteral("Receipts"), QString(), QStringLiteral("Letter"), letter } });
         QVERIFY(archive);
         const QString folder = freshPath(QStringLiteral("out")) + QStringLiteral("/nested/deeper");
         Exporter exporter(archive.get());
@@ -142,7 +144,8 @@ private Q_SLOTS:
         QCOMPARE(exporter.writtenFiles(), QStringList({ letterCopy, invoiceCopy }));
         QCOMPARE(Fingerprint::md5String(readFile(invoiceCopy)), Fingerprint::md5String(invoice));
         QCOMPARE(readFile(letterCopy), letter);
-        QCOMPARE(exporter.summaryPath(), folder + QStringLiteral("/ ") + text("EXPORT_SUMMARY_PDF") + QStringLiteral(".pdf"));
+        QCOMPARE(exporter.summaryPath(),
+            folder + QStringLiteral("/ ") + text("EXPORT_SUMMARY_PDF") + QStringLiteral(".pdf"));
         QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 3);
     }
 
@@ -151,17 +154,14 @@ private Q_SLOTS:
         QTest::addColumn<bool>("wholeArchive");
         QTest::addColumn<QStringList>("slips"); // in list order; "G2:" puts the record into a second group
         QTest::addColumn<QStringList>("expected");
-        const QStringList mixed = { QStringLiteral("10"), QStringLiteral("2"), QStringLiteral("b3"), QStringLiteral("B1"),
-            QStringLiteral("R-100"), QStringLiteral("R-99"), QStringLiteral("") };
+        const QStringList mixed = { QStringLiteral("10"), QStringLiteral("2"), QStringLiteral("b3"),
+            QStringLiteral("B1"), QStringLiteral("R-100"), QStringLiteral("R-99"), QStringLiteral("") };
         QTest::newRow("group: numbers by value, case ignored")
-            << false << mixed
-            << QStringList { "", "2", "10", "B1", "b3", "R-99", "R-100" };
+            << false << mixed << QStringList { "", "2", "10", "B1", "b3", "R-99", "R-100" };
         QTest::newRow("archive: character by character")
-            << true << mixed
-            << QStringList { "", "10", "2", "B1", "R-100", "R-99", "b3" };
+            << true << mixed << QStringList { "", "10", "2", "B1", "R-100", "R-99", "b3" };
         QTest::newRow("archive: groups merged before sorting")
-            << true << QStringList { "G2:7", "5", "G2:3", "1" }
-            << QStringList { "1", "3", "5", "7" };
+            << true << QStringList { "G2:7", "5", "G2:3", "1" } << QStringList { "1", "3", "5", "7" };
     }
     void sortOrders()
     {
@@ -187,7 +187,9 @@ private Q_SLOTS:
         for (const QString& path : exporter.writtenFiles()) {
             const QString name = QFileInfo(path).completeBaseName();
             const qsizetype underscore = name.lastIndexOf(u'_');
-            order << (underscore < 0 ? QString() : name.mid(text("FILE_COPY_LABEL").size() + 3, underscore - text("FILE_COPY_LABEL").size() - 3));
+            order << (underscore < 0
+                    ? QString()
+                    : name.mid(text("FILE_COPY_LABEL").size() + 3, underscore - text("FILE_COPY_LABEL").size() - 3));
         }
         QCOMPARE(order, expected);
 
@@ -198,7 +200,8 @@ private Q_SLOTS:
         for (int i = 0; i < expected.size(); ++i) {
             if (expected[i].isEmpty())
                 continue;
-            const qsizetype found = pages[0].indexOf(QRegularExpression(QStringLiteral("(^|\\n)%1\\s").arg(QRegularExpression::escape(expected[i]))), at);
+            const qsizetype found = pages[0].indexOf(
+                QRegularExpression(QStringLiteral("(^|\\n)%1\\s").arg(QRegularExpression::escape(expected[i]))), at);
             QVERIFY2(found >= at, qPrintable(expected[i]));
             at = found + 1;
         }
@@ -206,8 +209,9 @@ private Q_SLOTS:
 
     void equalNamesOverwriteInSortOrder()
     {
-        const auto archive = makeArchive({ { QStringLiteral("G"), QStringLiteral("7"), QStringLiteral("Same"), "first" },
-            { QStringLiteral("G"), QStringLiteral("7"), QStringLiteral("Same"), "second" } });
+        const auto archive
+            = makeArchive({ { QStringLiteral("G"), QStringLiteral("7"), QStringLiteral("Same"), "first" },
+                { QStringLiteral("G"), QStringLiteral("7"), QStringLiteral("Same"), "second" } });
         Exporter exporter(archive.get());
         const QString folder = freshPath(QStringLiteral("same"));
         QCOMPARE(exporter.exportGroup(group(*archive, QStringLiteral("G")), folder), Exporter::Result::Success);
@@ -226,20 +230,30 @@ private Q_SLOTS:
         const QString ellipsis = text("PRINTOUT_LOCALIZED_ELLIPSES");
         const QString lower120 = QString(120, u'a');
         QString capitals120 = QString(11, u'B') + QString(109, u'c');
-        QTest::newRow("plain") << "Invoice 4711" << "Paid" << QStringList { "office", "tax" } << "Invoice 4711" << "Paid"
+        QTest::newRow("plain") << "Invoice 4711"
+                               << "Paid" << QStringList { "office", "tax" } << "Invoice 4711"
+                               << "Paid"
                                << "office,tax";
         QTest::newRow("tabs and line breaks removed")
-            << "Invoice\t4711\nsecond line" << "Paid\tby\r\ncard" << QStringList { "a\tb" } << "Invoice4711second line"
-            << "Paidbycard" << "ab";
-        QTest::newRow("120 characters, few capitals") << lower120 << "" << QStringList() << QString(100, u'a') + ellipsis
-                                                      << "" << "";
+            << "Invoice\t4711\nsecond line"
+            << "Paid\tby\r\ncard" << QStringList { "a\tb" } << "Invoice4711second line"
+            << "Paidbycard"
+            << "ab";
+        QTest::newRow("120 characters, few capitals")
+            << lower120 << "" << QStringList() << QString(100, u'a') + ellipsis << ""
+            << "";
         QTest::newRow("120 characters, 11 capitals")
-            << capitals120 << "" << QStringList() << capitals120.left(75) + ellipsis << "" << "";
-        QTest::newRow("101 characters kept whole") << QString(101, u'x') << "" << QStringList() << QString(101, u'x') << ""
-                                                   << "";
+            << capitals120 << "" << QStringList() << capitals120.left(75) + ellipsis << ""
+            << "";
+        QTest::newRow("101 characters kept whole")
+            << QString(101, u'x') << "" << QStringList() << QString(101, u'x') << ""
+            << "";
         QTest::newRow("right to left and CJK kept")
-            << "\u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627 \u6587\u4EF6" << "\u66F8\u985E" << QStringList { "\u7A0E" }
-            << "\u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627 \u6587\u4EF6" << "\u66F8\u985E" << "\u7A0E";
+            << "\u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627 \u6587\u4EF6"
+            << "\u66F8\u985E" << QStringList { "\u7A0E" }
+            << "\u05E9\u05DC\u05D5\u05DD \u0645\u0631\u062D\u0628\u0627 \u6587\u4EF6"
+            << "\u66F8\u985E"
+            << "\u7A0E";
         QTest::newRow("10,000 characters") << QString(10000, u'w') << QString(10000, u'W') << QStringList()
                                            << QString(100, u'w') + ellipsis << QString(75, u'W') + ellipsis << "";
     }
@@ -253,29 +267,34 @@ private Q_SLOTS:
         QFETCH(QString, expectedTags);
         auto document = QuillarcDocument::create();
         document->setField(QuillarcDocument::SlipNumber, Value::string(QStringLiteral("R-1")));
-        document->setField(QuillarcDocument::FileDate, Value::date(Clock::fromDateTime(QDateTime(QDate(2026, 5, 4), QTime(9, 0)))));
+        document->setField(
+            QuillarcDocument::FileDate, Value::date(Clock::fromDateTime(QDateTime(QDate(2026, 5, 4), QTime(9, 0)))));
         document->setField(QuillarcDocument::Title, Value::string(title));
         document->setField(QuillarcDocument::Comment, Value::string(comment));
         ValueList tagValues;
         for (const QString& tag : tags)
             tagValues << Value::string(tag);
         document->setField(QuillarcDocument::Tags, Value::array(tagValues));
-        const QString head = QStringLiteral("R-1\t%1\t%2").arg(ReportStyle::mediumDate(QDate(2026, 5, 4)), expectedTitle);
+        const QString head
+            = QStringLiteral("R-1\t%1\t%2").arg(ReportStyle::mediumDate(QDate(2026, 5, 4)), expectedTitle);
         QCOMPARE(ExportSummary::documentLine(*document, false, false), head);
         QCOMPARE(ExportSummary::documentLine(*document, true, true),
             head + QStringLiteral("\n\t\t\t\t") + expectedComment + QStringLiteral("\n\t\t\t\t") + expectedTags);
-        QCOMPARE(ExportSummary::documentLine(*document, false, true), head + QStringLiteral("\n\t\t\t\t") + expectedTags);
+        QCOMPARE(
+            ExportSummary::documentLine(*document, false, true), head + QStringLiteral("\n\t\t\t\t") + expectedTags);
     }
 
     void summaryPagesCarryFooterAndShortenedTexts()
     {
         QList<Record> records;
         for (int i = 0; i < 150; ++i)
-            records << Record { QStringLiteral("Receipts"), QStringLiteral("R-%1").arg(i), QStringLiteral("File%1").arg(i), QByteArray::number(i) };
+            records << Record { QStringLiteral("Receipts"), QStringLiteral("R-%1").arg(i),
+                QStringLiteral("File%1").arg(i), QByteArray::number(i) };
         const QString longTitle = QString(60, u'L') + QString(60, u'o');
         const auto archive = makeArchive(records, nullptr, [&](Document& archive) {
             const GroupPtr receipts = archive.allGroups().first();
-            receipts->setField(QuillarcGroup::GroupDescription, Value::string(QStringLiteral("All receipts, \u6587\u4EF6")));
+            receipts->setField(
+                QuillarcGroup::GroupDescription, Value::string(QStringLiteral("All receipts, \u6587\u4EF6")));
             receipts->documents().first()->setField(QuillarcDocument::Title, Value::string(longTitle));
         });
         Exporter exporter(archive.get());
@@ -287,13 +306,15 @@ private Q_SLOTS:
         const QString today = ReportStyle::mediumDate(QDate::currentDate());
         for (int i = 0; i < pages.size(); ++i) {
             QCOMPARE(sizes[i], QSizeF(595, 842));
-            QVERIFY2(pages[i].contains(QStringLiteral("%1/%2 | %3 | Receipts").arg(i + 1).arg(pages.size()).arg(today)), qPrintable(pages[i]));
+            QVERIFY2(pages[i].contains(QStringLiteral("%1/%2 | %3 | Receipts").arg(i + 1).arg(pages.size()).arg(today)),
+                qPrintable(pages[i]));
             QVERIFY(pages[i].contains(text("CEATED_WITH_APPNAME")));
         }
         QVERIFY(pages[0].contains(QStringLiteral("All receipts, \u6587\u4EF6")));
         QVERIFY2(pages[0].contains(QStringLiteral("150 %1, %2 - %3")
-                                      .arg(text("EXPORT_SUMMARY_FILES"), ReportStyle::mediumDate(QDate(2026, 1, 1)),
-                                          ReportStyle::mediumDate(QDate(2026, 1, 1).addDays(149)))), qPrintable(pages[0].left(300)));
+                                       .arg(text("EXPORT_SUMMARY_FILES"), ReportStyle::mediumDate(QDate(2026, 1, 1)),
+                                           ReportStyle::mediumDate(QDate(2026, 1, 1).addDays(149)))),
+            qPrintable(pages[0].left(300)));
         const QString all = squeezed(pages.join(QString()));
         QVERIFY(all.contains(squeezed(longTitle.left(75) + text("PRINTOUT_LOCALIZED_ELLIPSES"))));
         QVERIFY(!all.contains(squeezed(longTitle.left(76))));
@@ -304,11 +325,13 @@ private Q_SLOTS:
 
     void archiveExportNamesTheCurrentGroupInItsFooter()
     {
-        const auto archive = makeArchive({ { QStringLiteral("Contracts"), QStringLiteral("1"), QStringLiteral("A"), "a" },
-            { QStringLiteral("Letters"), QStringLiteral("2"), QStringLiteral("B"), "b" } });
+        const auto archive
+            = makeArchive({ { QStringLiteral("Contracts"), QStringLiteral("1"), QStringLiteral("A"), "a" },
+                { QStringLiteral("Letters"), QStringLiteral("2"), QStringLiteral("B"), "b" } });
         Exporter exporter(archive.get());
         const QString folder = freshPath(QStringLiteral("archive"));
-        QCOMPARE(exporter.exportDocument(folder, group(*archive, QStringLiteral("Letters"))), Exporter::Result::Success);
+        QCOMPARE(
+            exporter.exportDocument(folder, group(*archive, QStringLiteral("Letters"))), Exporter::Result::Success);
         const QStringList pages = pageTexts(readFile(exporter.summaryPath()));
         QCOMPARE(pages.size(), 1);
         QVERIFY(pages[0].contains(QStringLiteral("Records 2026")));
@@ -323,9 +346,10 @@ private Q_SLOTS:
         QTest::addColumn<QString>("error");
         QTest::newRow("member deleted") << "delete" << int(Exporter::Result::MissingFile) << "File not found.";
         QTest::newRow("member folder deleted") << "folder" << int(Exporter::Result::MissingFile) << "File not found.";
-        QTest::newRow("one byte changed") << "flip" << int(Exporter::Result::CorruptedFile) << "File appears to be corrupted.";
-        QTest::newRow("member not an archive") << "garbage" << int(Exporter::Result::CorruptedFile)
-                                               << "File appears to be corrupted.";
+        QTest::newRow("one byte changed")
+            << "flip" << int(Exporter::Result::CorruptedFile) << "File appears to be corrupted.";
+        QTest::newRow("member not an archive")
+            << "garbage" << int(Exporter::Result::CorruptedFile) << "File appears to be corrupted.";
     }
     void stopsAtAMissingOrCorruptedFile()
     {
@@ -333,10 +357,11 @@ private Q_SLOTS:
         QFETCH(int, result);
         QFETCH(QString, error);
         QString package;
-        const auto archive = makeArchive({ { QStringLiteral("G"), QStringLiteral("1"), QStringLiteral("First"), "first bytes" },
-                                             { QStringLiteral("G"), QStringLiteral("2"), QStringLiteral("Second"), "second bytes" },
-                                             { QStringLiteral("G"), QStringLiteral("3"), QStringLiteral("Third"), "third bytes" } },
-            &package);
+        const auto archive
+            = makeArchive({ { QStringLiteral("G"), QStringLiteral("1"), QStringLiteral("First"), "first bytes" },
+                              { QStringLiteral("G"), QStringLiteral("2"), QStringLiteral("Second"), "second bytes" },
+                              { QStringLiteral("G"), QStringLiteral("3"), QStringLiteral("Third"), "third bytes" } },
+                &package);
         const DocumentPtr second = archive->allDocuments().at(1);
         const QString member = second->fileURL();
         if (damage == QLatin1String("delete")) {
@@ -386,7 +411,8 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(QString, expected);
-        const auto archive = makeArchive({ { QStringLiteral("G"), QStringLiteral("1"), QStringLiteral("plain"), "bytes" } });
+        const auto archive
+            = makeArchive({ { QStringLiteral("G"), QStringLiteral("1"), QStringLiteral("plain"), "bytes" } });
         archive->allDocuments().first()->setField(QuillarcDocument::Name, Value::string(name));
         Exporter exporter(archive.get());
         const QString folder = freshPath(QStringLiteral("crafted"));
@@ -460,16 +486,18 @@ private Q_SLOTS:
     void commandLine()
     {
         QString package;
-        const auto archive = makeArchive({ { QStringLiteral("Receipts"), QStringLiteral("A/17"), QStringLiteral("Invoice"), "invoice" },
-                                             { QStringLiteral("Letters"), QString(), QStringLiteral("Letter"), "letter" } },
+        const auto archive = makeArchive(
+            { { QStringLiteral("Receipts"), QStringLiteral("A/17"), QStringLiteral("Invoice"), "invoice" },
+                { QStringLiteral("Letters"), QString(), QStringLiteral("Letter"), "letter" } },
             &package);
         const QString folder = freshPath(QStringLiteral("cli"));
         CliRun run = runCli({ QStringLiteral("export"), package, folder });
         QCOMPARE(run.exitCode, 0);
         const QStringList lines = QString::fromUtf8(run.out).split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines, QStringList({ folder + QLatin1Char('/') + copyName(QStringLiteral("Letter.pdf")),
-                            folder + QLatin1Char('/') + copyName(QStringLiteral("A17_Invoice.pdf")),
-                            folder + QLatin1Char('/') + Exporter::summaryFileName() }));
+        QCOMPARE(lines,
+            QStringList({ folder + QLatin1Char('/') + copyName(QStringLiteral("Letter.pdf")),
+                folder + QLatin1Char('/') + copyName(QStringLiteral("A17_Invoice.pdf")),
+                folder + QLatin1Char('/') + Exporter::summaryFileName() }));
         QCOMPARE(readFile(lines[1]), QByteArray("invoice"));
 
         const QString one = freshPath(QStringLiteral("cli-group"));

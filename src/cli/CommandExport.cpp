@@ -13,8 +13,7 @@ namespace {
 GroupPtr currentGroup(const Document& archive)
 {
     const QList<GroupPtr> groups = archive.allGroups();
-    const qint64 index
-        = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection")).toInteger();
+    const qint64 index = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection")).toInteger();
     if (index >= 0 && index < groups.size())
         return groups[index];
     return groups.isEmpty() ? nullptr : groups.first();

@@ -88,7 +88,8 @@ std::unique_ptr<PrinterTextView> ExportSummary::footer(const QString& currentGro
     const QTextCharFormat gap = PrinterFont::format(PrinterFont::systemFont(1));
     text.append(QStringLiteral("\n"), gap);
     text.append(QStringLiteral("\n"), gap);
-    text.append(QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2").arg(ReportStyle::mediumDate(today), currentGroupTitle),
+    text.append(
+        QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2").arg(ReportStyle::mediumDate(today), currentGroupTitle),
         PrinterFont::format(PrinterFont::systemFont(8), ReportStyle::lightGray()));
     auto view = std::make_unique<PrinterTextView>(QRectF(72, 0, 554, 40));
     view->setAttributedString(text);

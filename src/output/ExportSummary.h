@@ -46,8 +46,8 @@ public:
 
     /// Lays the items out on A4 pages and returns the PDF; `pageCount` receives
     /// the number of pages. The items' page-break flags are consumed.
-    QByteArray plainPDFDocument(const QString& currentGroupTitle, int* pageCount = nullptr,
-        const QDate& today = QDate::currentDate()) const;
+    QByteArray plainPDFDocument(
+        const QString& currentGroupTitle, int* pageCount = nullptr, const QDate& today = QDate::currentDate()) const;
 
 private:
     PrinterItemList m_items;

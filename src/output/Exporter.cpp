@@ -19,7 +19,6 @@
 #include <QPointer>
 #include <QSaveFile>
 #include <QTimer>
-
 #include <algorithm>
 
 namespace {
@@ -64,7 +63,8 @@ QList<DocumentPtr> Exporter::sortedForGroup(QList<DocumentPtr> documents)
 {
     // The C locale collates by code points and ignores the numeric mode; an
     // unconfigured system still gets the natural order, from the root rules.
-    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
+    const QLocale locale
+        = QLocale().language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : QLocale();
     QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
@@ -122,7 +122,8 @@ Exporter::Result Exporter::run(const QString& title, const QString& description,
 
     if (folder.isEmpty() || !QDir().mkpath(folder) || !QFileInfo(folder).isDir()) {
         return fail(Result::WriteFailed,
-            localizedString(QStringLiteral("The export folder could not be created.")) + QStringLiteral(" (%1)").arg(folder));
+            localizedString(QStringLiteral("The export folder could not be created."))
+                + QStringLiteral(" (%1)").arg(folder));
     }
 
     ExportSummary summary(title, description, documents);
@@ -131,7 +132,8 @@ Exporter::Result Exporter::run(const QString& title, const QString& description,
         if (member.isEmpty() || !QFileInfo::exists(member))
             return fail(Result::MissingFile, localizedString(QStringLiteral("File not found.")), document);
         if (document->isFileCorrupted())
-            return fail(Result::CorruptedFile, localizedString(QStringLiteral("File appears to be corrupted.")), document);
+            return fail(
+                Result::CorruptedFile, localizedString(QStringLiteral("File appears to be corrupted.")), document);
         summary.appendDocument(*document, includeComment, includeTags);
 
         const PackageMember::Contents contents = PackageMember::read(member);

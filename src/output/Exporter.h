@@ -31,7 +31,13 @@ class Exporter : public QObject
     Q_OBJECT
 
 public:
-    enum class Result { Success, MissingFile, CorruptedFile, WriteFailed };
+    enum class Result
+    {
+        Success,
+        MissingFile,
+        CorruptedFile,
+        WriteFailed
+    };
 
     /// Delay between writing a file and setting its tags, in milliseconds.
     static constexpr int tagDelayMs = 180;

@@ -12,7 +12,6 @@
 
 #include <QHash>
 #include <QSaveFile>
-
 #include <optional>
 
 namespace {
@@ -72,14 +71,15 @@ PrinterItemList LogReport::items() const
                           latest ? ReportStyle::mediumDate(*latest) : QString()),
         style("WriteSans-Regular", 17, ReportStyle::gray()), 116, 3);
 
-    items << textItem(container ? container->containerTitle() : QString(), style("WriteSans-Bold", 11, Qt::black), 116, 36);
+    items << textItem(
+        container ? container->containerTitle() : QString(), style("WriteSans-Bold", 11, Qt::black), 116, 36);
 
     const QTextCharFormat info = style("WriteSans-Regular", 11, ReportStyle::gray());
     const QString created
         = container ? ReportStyle::mediumDate(container->field(QuillarcContainer::CreationDate)) : QString();
-    items << textItem(QStringLiteral("%1: %2\n%3: %4")
-                          .arg(text("LOG_DATABASE_CREATED"), created, text("LOG_DATABASE_STATE"),
-                              m_archive.integrityString()),
+    items << textItem(
+        QStringLiteral("%1: %2\n%3: %4")
+            .arg(text("LOG_DATABASE_CREATED"), created, text("LOG_DATABASE_STATE"), m_archive.integrityString()),
         info, 116, 36);
     items << textItem(text("LOG_COMPLIANCE"), info, 116, 36);
 
@@ -142,6 +142,7 @@ bool LogReport::write(const QString& path, QString* error, int* pageCount) const
     if (file.open(QIODevice::WriteOnly) && file.write(pdf) == pdf.size() && file.commit())
         return true;
     if (error)
-        *error = localizedString(QStringLiteral("The file could not be written.")) + QStringLiteral(" (%1: %2)").arg(path, file.errorString());
+        *error = localizedString(QStringLiteral("The file could not be written."))
+            + QStringLiteral(" (%1: %2)").arg(path, file.errorString());
     return false;
 }
