@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 #include <poppler-qt6.h>
@@ -162,12 +163,25 @@ private Q_SLOTS:
             << true << mixed << QStringList { "", "10", "2", "B1", "R-100", "R-99", "b3" };
         QTest::newRow("archive: groups merged before sorting")
             << true << QStringList { "G2:7", "5", "G2:3", "1" } << QStringList { "1", "3", "5", "7" };
+        // "de:" runs the row under a German locale: umlauts collate with their base letters.
+        const QStringList umlauts
+            = { QStringLiteral("de:B1"), QStringLiteral("a10"), QStringLiteral("\u00C42"), QStringLiteral("A9") };
+        QTest::newRow("group, German: umlaut with its letter")
+            << false << umlauts << QStringList { "\u00C42", "A9", "a10", "B1" };
+        QTest::newRow("archive, German: still code units")
+            << true << umlauts << QStringList { "A9", "B1", "a10", "\u00C42" };
     }
     void sortOrders()
     {
         QFETCH(bool, wholeArchive);
         QFETCH(QStringList, slips);
         QFETCH(QStringList, expected);
+        const QLocale previous;
+        const auto restore = qScopeGuard([&] { QLocale::setDefault(previous); });
+        if (slips.first().startsWith(QLatin1String("de:"))) {
+            slips.first().remove(0, 3);
+            QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        }
         QList<Record> records;
         for (int i = 0; i < slips.size(); ++i) {
             QString slip = slips[i];
@@ -481,6 +495,22 @@ private Q_SLOTS:
         QVERIFY(squeezed(pages.last()).contains(QStringLiteral("0%1,-").arg(text("EXPORT_SUMMARY_FILES"))));
         for (int i = 0; i < pages.size(); ++i)
             QVERIFY(pages[i].contains(QStringLiteral("%1/%2 |").arg(i + 1).arg(pages.size())));
+    }
+
+    void archiveWithoutGroups()
+    {
+        QString package;
+        const auto archive = makeArchive({}, &package);
+        QVERIFY(archive->allGroups().isEmpty());
+        const QString folder = freshPath(QStringLiteral("nothing"));
+        const CliRun run = runCli({ QStringLiteral("export"), package, folder });
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(
+            QString::fromUtf8(run.out), folder + QLatin1Char('/') + Exporter::summaryFileName() + QLatin1Char('\n'));
+        const QStringList pages = pageTexts(readFile(folder + QLatin1Char('/') + Exporter::summaryFileName()));
+        QCOMPARE(pages.size(), 1);
+        QVERIFY(pages[0].contains(QStringLiteral("Records 2026")));
+        QVERIFY(pages[0].contains(QStringLiteral("0 %1").arg(text("EXPORT_SUMMARY_FILES"))));
     }
 
     void commandLine()

@@ -94,6 +94,27 @@ private:
     }
 
 private Q_SLOTS:
+    void mediumDateStyle_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QString>("date");
+        QTest::newRow("English (US)") << QLocale(QLocale::English, QLocale::UnitedStates) << "MMM d, yyyy"
+                                      << "Sep 25, 2020";
+        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Germany) << "d. MMM yyyy"
+                                << "25. Sept. 2020";
+        QTest::newRow("C") << QLocale::c() << "d MMM yyyy"
+                           << "25 Sep 2020";
+    }
+    void mediumDateStyle()
+    {
+        QFETCH(QLocale, locale);
+        QFETCH(QString, format);
+        QFETCH(QString, date);
+        QCOMPARE(ReportStyle::mediumDateFormat(locale), format);
+        QCOMPARE(locale.toString(QDate(2020, 9, 25), format), date);
+    }
+
     void coverThenEntriesFromPageTwo()
     {
         const auto archive = makeArchive([](ArchiveFixture& fixture) {
