@@ -1,4 +1,5 @@
 #include "RawPlist.h"
+#include "TestSupport.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "store/CanonicalDump.h"
@@ -135,6 +136,17 @@ private Q_SLOTS:
         QVERIFY(decoded->field(QuillarcDocument::Note).isNil());
         QVERIFY(decoded->field(QuillarcDocument::Properties).isNil()); // data where a dictionary belongs
         QVERIFY(decoded->field(QuillarcDocument::UniqueID).isNil());   // missing key
+    }
+
+    void readsAnArchiveWrittenByAnotherArchiver()
+    {
+        // An archive of ours decoded and written back by GNUstep's keyed
+        // archiver: its own object order and widths, NSMutableDictionary at the root.
+        const QString folder = QStringLiteral(QUILLARC_TEST_DATA "/keyedarchive/");
+        QString error;
+        const Value database = KeyedUnarchiver::unarchiveObjectWithData(readFile(folder + QStringLiteral("gnustep-written.qldb")), &error);
+        QVERIFY2(!database.isNil(), qPrintable(error));
+        QCOMPARE(CanonicalDump::dumpDatabase(database, true), readFile(folder + QStringLiteral("gnustep-written.semantic.json")));
     }
 
     void readsXmlArchives()

@@ -3,6 +3,7 @@
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
 #include "store/CanonicalDump.h"
+#include "store/ExtendedAttributes.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
 #include "text/KVLocalizationDictionary.h"
@@ -282,10 +283,17 @@ private Q_SLOTS:
         QVERIFY(document->path() != twin->path());
         fixture.archive().addToDeleteIDSArray(document->uniqueID());
         fixture.archive().addToDeleteIDSArray(QStringLiteral("../../escape"));
+        const QString outside = m_home.path() + QStringLiteral("/outside");
+        QDir().mkpath(outside);
+        writeFile(outside + QStringLiteral("/keep"), "not the archive's");
+        QFile::link(outside, path + QStringLiteral("/Files/linked"));
+        fixture.archive().addToDeleteIDSArray(QStringLiteral("linked"));
         QVERIFY(QFileInfo::exists(path + QStringLiteral("/Files/") + document->uniqueID()));
         QVERIFY(fixture.save());
         QVERIFY(!QFileInfo::exists(path + QStringLiteral("/Files/") + document->uniqueID()));
         QVERIFY(QFileInfo::exists(path + QStringLiteral("/") + twin->path()));
+        QVERIFY(QFileInfo::exists(outside + QStringLiteral("/keep")));
+        QVERIFY(!QFileInfo(path + QStringLiteral("/Files/linked")).isSymLink());
         QVERIFY(fixture.save()); // the name is tried again and simply not found
     }
 
@@ -346,6 +354,30 @@ private Q_SLOTS:
         QTest::qWait(20);
         QCOMPARE(fixture.archive().changeCount(), 1);
         QCOMPARE(document->note(), QStringLiteral("9"));
+    }
+
+    void plainCopiesForOtherApplications()
+    {
+        const QString path = package("copies");
+        ArchiveFixture fixture(path);
+        const auto document = fixture.addDocument(fixture.addGroup(QStringLiteral("G")), QStringLiteral("Vertrag"), "original", QStringLiteral("txt"));
+        document->setField(QuillarcDocument::Tags, Value::array({ Value::string(QStringLiteral("Steuer")), Value::string(QStringLiteral("2026")) }));
+        document->setField(QuillarcDocument::FileKind, Value::string(QStringLiteral("Text")));
+        fixture.archive().setParents();
+
+        const QString copy = document->fileRepresentationPath();
+        QCOMPARE(copy, QuillarcDocument::applicationSupportDirectory() + QStringLiteral("/Vertrag.txt"));
+        QCOMPARE(readFile(copy), QByteArray("original"));
+        if (supportsExtendedAttributes(QFileInfo(copy).path())) {
+            QVERIFY(ExtendedAttributes::readTags(copy).isEmpty()); // tags follow 0.18 s later
+            QTRY_COMPARE(ExtendedAttributes::readTags(copy), (QStringList { QStringLiteral("Steuer"), QStringLiteral("2026") }));
+        }
+        writeFile(copy, "changed by another application");
+        QCOMPARE(readFile(document->fileRepresentationPath()), QByteArray("changed by another application")); // reused
+        QCOMPARE(readFile(document->previewItemURL()), QByteArray("original"));                             // always fresh
+
+        QCOMPARE(fixture.archive().allFileKinds().size(), 1);
+        QCOMPARE(fixture.archive().allFileKinds().first().value(QStringLiteral("fileKind")).toString(), QStringLiteral("Text"));
     }
 
     void derivedDocumentValues_data()

@@ -70,9 +70,9 @@ void QuillarcDatabaseObject::applyDefaults()
 {
     const auto& fields = m_classInfo.fields();
     for (size_t i = 0; i < fields.size(); ++i) {
-        const FieldSpec& spec = fields[i];
+        const FieldSpec& field = fields[i];
         Value& value = m_values[i];
-        switch (spec.defaultKind) {
+        switch (field.defaultKind) {
         case FieldDefault::Nil:
             value = Value();
             break;
@@ -86,7 +86,7 @@ void QuillarcDatabaseObject::applyDefaults()
             value = Value::string(QString(""));
             break;
         case FieldDefault::LocalizedString:
-            value = Value::string(localizedString(QString::fromUtf8(spec.text)));
+            value = Value::string(localizedString(QString::fromUtf8(field.text)));
             break;
         case FieldDefault::EmptyArray:
             value = Value::array();
@@ -95,13 +95,13 @@ void QuillarcDatabaseObject::applyDefaults()
             value = Value::dictionary();
             break;
         case FieldDefault::Integer:
-            value = Value::integer(qint64(spec.number));
+            value = Value::integer(qint64(field.number));
             break;
         case FieldDefault::Real:
-            value = Value::real(spec.number);
+            value = Value::real(field.number);
             break;
         case FieldDefault::Flag:
-            value = Value::boolean(spec.number != 0);
+            value = Value::boolean(field.number != 0);
             break;
         }
     }

@@ -254,9 +254,12 @@ void Document::deleteFiles()
         if (uniqueID.isEmpty() || uniqueID.contains(QLatin1Char('/')) || uniqueID == QLatin1String("..")
             || uniqueID == QLatin1String("."))
             continue;
-        QDir member(files.filePath(uniqueID));
-        if (member.exists())
-            member.removeRecursively();
+        const QString member = files.filePath(uniqueID);
+        // A link is removed as a link: what it points to is not the archive's.
+        if (QFileInfo(member).isSymLink())
+            QFile::remove(member);
+        else if (QFileInfo(member).isDir())
+            QDir(member).removeRecursively();
     }
 }
 

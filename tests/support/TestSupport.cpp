@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <sys/xattr.h>
+
 TemporaryHome::TemporaryHome()
 {
     m_oldHome = qgetenv("HOME");
@@ -56,4 +58,14 @@ QByteArray readFile(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool supportsExtendedAttributes(const QString& folder)
+{
+    const QString probe = folder + QStringLiteral("/.xattr-probe");
+    writeFile(probe, "probe");
+    const QByteArray name = QFile::encodeName(probe);
+    const bool supported = setxattr(name.constData(), "user.quillarc.probe", "1", 1, 0) == 0;
+    QFile::remove(probe);
+    return supported;
 }

@@ -33,6 +33,10 @@ struct CliRun
 /// QUILLARC_CLI) with the given arguments and waits for it.
 CliRun runCli(const QStringList& arguments, const QByteArray& input = {});
 
+/// True when files in the folder can carry user extended attributes (not
+/// every file system a test may run on can; tests that need them skip).
+bool supportsExtendedAttributes(const QString& folder);
+
 /// Writes bytes to a file, creating its folder; returns false on failure.
 bool writeFile(const QString& path, const QByteArray& bytes);
 QByteArray readFile(const QString& path);

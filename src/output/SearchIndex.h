@@ -1,0 +1,140 @@
+#pragma once
+
+#include "output/SearchPredicate.h"
+
+#include <QHash>
+#include <QLatin1StringView>
+#include <QList>
+#include <QStringList>
+#include <array>
+#include <memory>
+#include <vector>
+
+class QuillarcDocument;
+using DocumentPtr = std::shared_ptr<QuillarcDocument>;
+
+/// In-memory structure that answers the search filter over every document of
+/// an archive quickly enough to run on every keystroke, with exactly the
+/// semantics of SearchPredicate::evaluate().
+///
+/// Documents get consecutive slots and are kept in segments. Each segment
+/// holds the folded text (TextFolding, UTF-8) of the eight searchable fields
+/// of its documents, each field ended by a NUL, and a token index: every
+/// distinct token (a maximal run of bytes that are not white space, so
+/// "12.03.2024" and "Rechnung," are tokens) in one vocabulary buffer, and for
+/// each token the documents holding it with a bit mask of the fields it
+/// occurs in.
+///
+/// A needle without white space can only occur inside one token, so its hits
+/// are exactly the postings of the tokens that contain it: the vocabulary (a
+/// few MB) is scanned instead of the text. The vocabulary is ordered by the
+/// byte groups its tokens hold (digits, five ranges of letters, non-ASCII,
+/// punctuation), and only tokens holding every group of the needle are
+/// scanned, so "rechnung" never looks at numbers and "2024" never at words.
+/// One- and two-byte needles (the first keystrokes, found in nearly every
+/// token) are answered from per-byte and per-pair document sets. A needle
+/// with white space (the phrase tested against the note, a tab) narrows the
+/// candidates through the tokens that contain each of its pieces and is then
+/// checked in the folded field text; a needle of white space alone scans the
+/// folded text. Within an AND, once few documents are left, the remaining
+/// needles are checked in those documents' text directly. Segments are
+/// searched in parallel.
+///
+/// New documents go to a tail segment that is searched by scanning alone
+/// until it has tailCapacity documents; then it gets its token index. An
+/// edited document is given a new slot and its old slot is dropped.
+class SearchIndex
+{
+public:
+    static constexpr int fieldCount = 8;
+    static constexpr quint32 tailCapacity = 4096;
+
+    /// A set of slots, one bit each.
+    class SlotSet
+    {
+    public:
+        SlotSet() = default;
+        explicit SlotSet(quint32 size, bool filled = false);
+        quint32 size() const { return m_size; }
+        bool contains(quint32 slot) const { return slot < m_size && (m_words[slot >> 6] >> (slot & 63)) & 1; }
+        void insert(quint32 slot) { m_words[slot >> 6] |= quint64(1) << (slot & 63); }
+        void remove(quint32 slot) { m_words[slot >> 6] &= ~(quint64(1) << (slot & 63)); }
+        void resize(quint32 size);
+        SlotSet& operator&=(const SlotSet& other);
+        SlotSet& operator|=(const SlotSet& other);
+        quint32 count() const;
+        bool isEmpty() const;
+        std::vector<quint64>& words() { return m_words; }
+        const std::vector<quint64>& words() const { return m_words; }
+
+    private:
+        std::vector<quint64> m_words;
+        quint32 m_size = 0;
+    };
+
+    struct Statistics
+    {
+        qint64 documents = 0;
+        qint64 textBytes = 0; ///< UTF-8 size of the searchable fields as stored
+        qint64 foldedBytes = 0;
+        qint64 vocabularyBytes = 0;
+        qint64 tokens = 0;
+        qint64 postings = 0;
+        qint64 memoryBytes = 0; ///< everything the structure holds
+        int segments = 0;
+    };
+
+    SearchIndex();
+    ~SearchIndex();
+    SearchIndex(const SearchIndex&) = delete;
+    SearchIndex& operator=(const SearchIndex&) = delete;
+
+    /// The searchable fields in the order of the search text form.
+    static const std::array<QLatin1StringView, fieldCount>& fieldKeys();
+    /// Position of a key in fieldKeys(), or -1.
+    static int fieldIndex(const QString& key);
+
+    /// Threads used for building and searching (at least 1; default 2).
+    void setThreadCount(int threads) { m_threads = qMax(1, threads); }
+
+    /// Replaces the contents with @p documents; slots follow the list order.
+    void build(const QList<DocumentPtr>& documents);
+    void clear();
+    /// Takes in one document (it gets the next slot).
+    void addDocument(const DocumentPtr& document);
+    /// Reads an edited document's fields again.
+    void refreshDocument(const DocumentPtr& document);
+    void removeDocument(const DocumentPtr& document);
+
+    quint32 slotCount() const { return quint32(m_documents.size()); }
+    const DocumentPtr& documentAt(quint32 slot) const { return m_documents[slot]; }
+    /// Slots that hold a current document.
+    const SlotSet& liveSlots() const { return m_live; }
+    /// The current slot of a document, or -1.
+    qint64 slotOf(const QuillarcDocument* document) const { return m_slotOf.value(document, -1); }
+
+    /// The live slots whose documents satisfy @p predicate (the null predicate
+    /// takes every live slot). Keys outside the indexed ones are evaluated on
+    /// the documents themselves.
+    SlotSet filter(const SearchPredicate& predicate) const;
+
+    Statistics statistics() const;
+
+private:
+    struct Segment;
+    struct Compiled;
+
+    Compiled compile(const SearchPredicate& predicate) const;
+    void appendSlot(const DocumentPtr& document);
+    void indexTailIfFull();
+
+    std::vector<std::unique_ptr<Segment>> m_segments;
+    std::vector<DocumentPtr> m_documents;
+    std::vector<double> m_fileDates; ///< NaN for nil
+    std::vector<qint32> m_kindIds; ///< -1 for nil
+    QStringList m_kinds;
+    QHash<QString, qint32> m_kindLookup;
+    QHash<const QuillarcDocument*, qint64> m_slotOf;
+    SlotSet m_live;
+    int m_threads = 2;
+};
