@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QEventLoop>
+#include <QSet>
 
 namespace {
 /// The group the archive's window would show as current: the saved selection, else the first group.
@@ -69,8 +70,13 @@ int runExport(const QStringList& arguments)
         loop.exec();
     }
     QString written;
-    for (const QString& path : exporter.writtenFiles())
-        written += path + QLatin1Char('\n');
+    QSet<QString> seen;
+    for (const QString& path : exporter.writtenFiles()) {
+        // Equal copy names overwrite each other; the later document in export order wins.
+        written
+            += path + (seen.contains(path) ? QStringLiteral("  (replaces the copy above)\n") : QStringLiteral("\n"));
+        seen.insert(path);
+    }
     if (!exporter.summaryPath().isEmpty())
         written += exporter.summaryPath() + QLatin1Char('\n');
     cliOut(written);
