@@ -1,6 +1,7 @@
 #include "cli/CliArchive.h"
 
 #include "cli/CliCommand.h"
+#include "intake/DocumentIntake.h"
 
 namespace {
 class CliOpenElsewhereQuestion : public OpenElsewhereQuestion
@@ -40,6 +41,10 @@ std::unique_ptr<Document> CliArchive::open(const char* command, const QString& p
         return nullptr;
     }
     archive->setUpAfterReading();
+    // Opened with the open mark, no other intake can be writing: folders of
+    // an intake that was cut off can go.
+    if (mode == Document::OpenMode::ReadWrite)
+        DocumentIntake::removeUnfinishedMembers(archive->filesPath());
     return archive;
 }
 

@@ -149,9 +149,6 @@ int runAdd(const QStringList& arguments)
         = CliArchive::open(command, options.archivePath, Document::OpenMode::ReadWrite, options.force, &read);
     if (!archive)
         return read == Document::ReadResult::QuitRequested ? ExitRefused : ExitError;
-    // Opened with the open mark, so no other intake can be writing: folders
-    // of an intake that was cut off can go.
-    DocumentIntake::removeUnfinishedMembers(archive->filesPath());
     DocumentIntake intake(*archive);
     bool groupCreated = false;
     const GroupPtr group = targetGroup(*archive, options.groupTitle, &groupCreated);
