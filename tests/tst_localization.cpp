@@ -58,20 +58,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("expected");
         // clang-format off
-        QTest::newRow("de-DE gives German")     << "de-DE"   << "Info_Main"    << "Hauptansicht";
-        QTest::newRow("de")                     << "de"      << "Info_Main"    << "Hauptansicht";
-        QTest::newRow("pt-BR gives pt")         << "pt-BR"   << "Info_Main"    << "Vista principal";
-        QTest::newRow("full name")              << "English" << "Info_Main"    << "Main view";
-        QTest::newRow("ja not carried")         << "ja"      << "Info_Main"    << "Info_Main";
-        QTest::newRow("ja-JP not carried")      << "ja-JP"   << "TWICE"        << "TWICE";
-        QTest::newRow("empty text shows key")   << "de-DE"   << "EMPTY_GERMAN" << "EMPTY_GERMAN";
-        QTest::newRow("empty text other lang")  << "en-GB"   << "EMPTY_GERMAN" << "Has English";
-        QTest::newRow("later replaces")         << "de"      << "TWICE"        << "neu";
-        QTest::newRow("missing lang removes")   << "de"      << "DROPPED"      << "DROPPED";
-        QTest::newRow("later item kept")        << "en"      << "DROPPED"      << "English only";
-        QTest::newRow("non-text value")         << "de"      << "NOT_TEXT"     << "NOT_TEXT";
-        QTest::newRow("entities")               << "de"      << "A & B"        << "A <und> B";
-        QTest::newRow("unknown key")            << "de"      << "NO_SUCH_KEY"  << "NO_SUCH_KEY";
+        QTest::newRow("de-DE gives German")    << "de-DE"   << "Info_Main"    << "Hauptansicht";
+        QTest::newRow("de")                    << "de"      << "Info_Main"    << "Hauptansicht";
+        QTest::newRow("pt-BR gives pt")        << "pt-BR"   << "Info_Main"    << "Vista principal";
+        QTest::newRow("full name")             << "English" << "Info_Main"    << "Main view";
+        QTest::newRow("ja not carried")        << "ja"      << "Info_Main"    << "Info_Main";
+        QTest::newRow("ja-JP not carried")     << "ja-JP"   << "TWICE"        << "TWICE";
+        QTest::newRow("empty text shows key")  << "de-DE"   << "EMPTY_GERMAN" << "EMPTY_GERMAN";
+        QTest::newRow("empty text other lang") << "en-GB"   << "EMPTY_GERMAN" << "Has English";
+        QTest::newRow("later replaces")        << "de"      << "TWICE"        << "neu";
+        QTest::newRow("missing lang removes")  << "de"      << "DROPPED"      << "DROPPED";
+        QTest::newRow("later item kept")       << "en"      << "DROPPED"      << "English only";
+        QTest::newRow("non-text value")        << "de"      << "NOT_TEXT"     << "NOT_TEXT";
+        QTest::newRow("entities")              << "de"      << "A & B"        << "A <und> B";
+        QTest::newRow("unknown key")           << "de"      << "NO_SUCH_KEY"  << "NO_SUCH_KEY";
         // clang-format on
     }
     void lookup()
