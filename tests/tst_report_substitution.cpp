@@ -5,6 +5,7 @@
 
 #include <QFontInfo>
 #include <QTest>
+#include <numeric>
 
 namespace {
 
@@ -20,91 +21,52 @@ class TestReportSubstitution : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void plainValues_data()
+    // A text or attributed value replaces the tag "<n/>" through replaceText(); a QVariantHash goes through
+    // substituteVariables().
+    void substitution_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("tag");
-        QTest::addColumn<QString>("value");
+        QTest::addColumn<QVariant>("value");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("one tag") << "Page <pageNumber/>"
-                                 << "<pageNumber/>"
-                                 << "3"
-                                 << "Page 3";
-        QTest::newRow("tag in capitals") << "Page <PAGENUMBER/>"
-                                         << "<pageNumber/>"
-                                         << "3"
-                                         << "Page 3";
-        QTest::newRow("every occurrence") << "<n/>, <N/> and <n/>"
-                                          << "<n/>"
-                                          << "7"
-                                          << "7, 7 and 7";
-        QTest::newRow("value longer than tag") << "[<n/>]"
-                                               << "<n/>"
-                                               << "twelve thousand"
-                                               << "[twelve thousand]";
-        QTest::newRow("empty value") << "a<n/>b"
-                                     << "<n/>"
-                                     << ""
-                                     << "ab";
-        QTest::newRow("value holds the tag") << "a <n/> b"
-                                             << "<n/>"
-                                             << "<N/>!"
-                                             << "a Error: Recursion b";
-        QTest::newRow("recursion stops at the first") << "<n/> <n/>"
-                                                      << "<n/>"
-                                                      << "x<n/>"
-                                                      << "Error: Recursion <n/>";
-        QTest::newRow("unknown tag") << "Page <pageCount/>"
-                                     << "<pageNumber/>"
-                                     << "3"
-                                     << "Page <pageCount/>";
-        QTest::newRow("half a tag") << "Page <pageNumber"
-                                    << "<pageNumber/>"
-                                    << "3"
-                                    << "Page <pageNumber";
-        QTest::newRow("joined by the value") << "<n<n/>/>"
-                                             << "<n/>"
-                                             << ""
-                                             << "";
-    }
-    void plainValues()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, tag);
-        QFETCH(QString, value);
-        QFETCH(QString, expected);
-        PrinterTextView view;
-        view.setAttributedString(PrinterAttributedString(text));
-        view.replaceText(tag, value);
-        QCOMPARE(view.string(), expected);
-    }
-
-    void variables_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QVariantHash>("variables");
-        QTest::addColumn<QString>("expected");
-        const QVariantHash pages { { QStringLiteral("pageNumber"), QStringLiteral("3") },
+        const auto t = [](const char* text) { return QVariant(QString::fromUtf8(text)); };
+        const QVariant pages = QVariantHash { { QStringLiteral("pageNumber"), QStringLiteral("3") },
             { QStringLiteral("pageCount"), QStringLiteral("7") } };
-        QTest::newRow("footer line") << "<pageNumber/>/<pageCount/> | Log" << pages << "3/7 | Log";
-        QTest::newRow("mixed case") << "<PageNumber/> of <PAGECOUNT/>" << pages << "3 of 7";
-        QTest::newRow("no tags") << "plain text" << pages << "plain text";
-        QTest::newRow("unknown variable") << "<date/> <pageNumber/>" << pages << "<date/> 3";
-        QTest::newRow("other value types are skipped")
-            << "<pageNumber/>" << QVariantHash { { QStringLiteral("pageNumber"), 3 } } << "<pageNumber/>";
-        QTest::newRow("attributed value") << "#<pageNumber/>"
-                                          << QVariantHash { { QStringLiteral("pageNumber"),
-                                                 QVariant::fromValue(PrinterAttributedString(QStringLiteral("IV"))) } }
-                                          << "#IV";
+        const QVariant num = QVariantHash { { QStringLiteral("pageNumber"), 3 } };
+        const QVariant attr = QVariantHash { { QStringLiteral("pageNumber"),
+            QVariant::fromValue(PrinterAttributedString(QStringLiteral("IV"))) } };
+        const QVariant tagged = QVariant::fromValue(PrinterAttributedString(QStringLiteral("<N/>")));
+        // clang-format off
+        QTest::newRow("one tag")          << "Page <n/>"                     << t("3")      << "Page 3";
+        QTest::newRow("tag in capitals")  << "Page <N/>"                     << t("3")      << "Page 3";
+        QTest::newRow("every one")        << "<n/>, <N/> and <n/>"           << t("7")      << "7, 7 and 7";
+        QTest::newRow("longer value")     << "[<n/>]"                        << t("twelve") << "[twelve]";
+        QTest::newRow("empty value")      << "a<n/>b"                        << t("")       << "ab";
+        QTest::newRow("value holds tag")  << "a <n/> b"                      << t("<N/>!")  << "a Error: Recursion b";
+        QTest::newRow("styled holds tag") << "x <n/> y"                      << tagged      << "x Error: Recursion y";
+        QTest::newRow("recursion stops")  << "<n/> <n/>"                     << t("x<n/>")  << "Error: Recursion <n/>";
+        QTest::newRow("unknown tag")      << "Page <m/>"                     << t("3")      << "Page <m/>";
+        QTest::newRow("half a tag")       << "Page <n"                       << t("3")      << "Page <n";
+        QTest::newRow("joined by value")  << "<n<n/>/>"                      << t("")       << "";
+        QTest::newRow("footer line")      << "<pageNumber/>/<pageCount/>"    << pages       << "3/7";
+        QTest::newRow("mixed case")       << "<PageNumber/> of <PAGECOUNT/>" << pages       << "3 of 7";
+        QTest::newRow("unknown variable") << "<date/> <pageNumber/>"         << pages       << "<date/> 3";
+        QTest::newRow("non-text skipped") << "<pageNumber/>"                 << num         << "<pageNumber/>";
+        QTest::newRow("attributed value") << "#<pageNumber/>"                << attr        << "#IV";
+        // clang-format on
     }
-    void variables()
+    void substitution()
     {
         QFETCH(QString, text);
-        QFETCH(QVariantHash, variables);
+        QFETCH(QVariant, value);
         QFETCH(QString, expected);
         PrinterTextView view;
         view.setAttributedString(PrinterAttributedString(text));
-        view.substituteVariables(variables);
+        if (value.typeId() == QMetaType::QVariantHash)
+            view.substituteVariables(value.toHash());
+        else if (value.metaType() == QMetaType::fromType<PrinterAttributedString>())
+            view.replaceText(QStringLiteral("<n/>"), value.value<PrinterAttributedString>());
+        else
+            view.replaceText(QStringLiteral("<n/>"), value.toString());
         QCOMPARE(view.string(), expected);
     }
 
@@ -156,14 +118,6 @@ private Q_SLOTS:
         QCOMPARE(result.paragraphStyleAt(8).alignment(), Qt::AlignRight);
     }
 
-    void attributedValueHoldingTheTag()
-    {
-        PrinterTextView view;
-        view.setAttributedString(PrinterAttributedString(QStringLiteral("x <t/> y")));
-        view.replaceText(QStringLiteral("<t/>"), PrinterAttributedString(QStringLiteral("<T/>")));
-        QCOMPARE(view.string(), QStringLiteral("x Error: Recursion y"));
-    }
-
     void otherViewsIgnoreVariables()
     {
         PrinterImageView image(QRectF(0, 0, 10, 10));
@@ -177,44 +131,40 @@ private Q_SLOTS:
 
     void replaceKeepsRuns_data()
     {
-        QTest::addColumn<qsizetype>("position");
-        QTest::addColumn<qsizetype>("length");
+        QTest::addColumn<int>("position");
+        QTest::addColumn<int>("length");
         QTest::addColumn<QString>("expected");
         QTest::addColumn<QList<qsizetype>>("runLengths");
         // "aaa" red, "bbb" blue, "ccc" red; the value "XY" is green.
-        QTest::newRow("inside one run") << qsizetype(4) << qsizetype(1) << "aaabXYbccc"
-                                        << QList<qsizetype> { 3, 1, 2, 1, 3 };
-        QTest::newRow("across runs") << qsizetype(2) << qsizetype(5) << "aaXYcc" << QList<qsizetype> { 2, 2, 2 };
-        QTest::newRow("at the start") << qsizetype(0) << qsizetype(0) << "XYaaabbbccc"
-                                      << QList<qsizetype> { 2, 3, 3, 3 };
-        QTest::newRow("at the end") << qsizetype(9) << qsizetype(0) << "aaabbbcccXY" << QList<qsizetype> { 3, 3, 3, 2 };
-        QTest::newRow("everything") << qsizetype(0) << qsizetype(9) << "XY" << QList<qsizetype> { 2 };
+        // clang-format off
+        QTest::newRow("inside one run") << 4 << 1 << "aaabXYbccc"  << QList<qsizetype> { 3, 1, 2, 1, 3 };
+        QTest::newRow("across runs")    << 2 << 5 << "aaXYcc"      << QList<qsizetype> { 2, 2, 2 };
+        QTest::newRow("at the start")   << 0 << 0 << "XYaaabbbccc" << QList<qsizetype> { 2, 3, 3, 3 };
+        QTest::newRow("at the end")     << 9 << 0 << "aaabbbcccXY" << QList<qsizetype> { 3, 3, 3, 2 };
+        QTest::newRow("everything")     << 0 << 9 << "XY"          << QList<qsizetype> { 2 };
+        // clang-format on
     }
     void replaceKeepsRuns()
     {
-        QFETCH(qsizetype, position);
-        QFETCH(qsizetype, length);
+        QFETCH(int, position);
+        QFETCH(int, length);
         QFETCH(QString, expected);
         QFETCH(QList<qsizetype>, runLengths);
-        QTextCharFormat red;
-        red.setForeground(Qt::red);
-        QTextCharFormat blue;
-        blue.setForeground(Qt::blue);
-        QTextCharFormat green;
-        green.setForeground(Qt::green);
-        PrinterAttributedString text(QStringLiteral("aaa"), red);
-        text.append(QStringLiteral("bbb"), blue);
-        text.append(QStringLiteral("ccc"), red);
-        text.replace(position, length, PrinterAttributedString(QStringLiteral("XY"), green));
+        const auto colored = [](const char* text, Qt::GlobalColor color) {
+            QTextCharFormat format;
+            format.setForeground(color);
+            return PrinterAttributedString(QString::fromLatin1(text), format);
+        };
+        PrinterAttributedString text = colored("aaa", Qt::red);
+        text.append(colored("bbb", Qt::blue));
+        text.append(colored("ccc", Qt::red));
+        text.replace(position, length, colored("XY", Qt::green));
         QCOMPARE(text.string(), expected);
         QList<qsizetype> lengths;
-        qsizetype total = 0;
-        for (const PrinterAttributedString::Run& run : text.runs()) {
+        for (const PrinterAttributedString::Run& run : text.runs())
             lengths << run.length;
-            total += run.length;
-        }
         QCOMPARE(lengths, runLengths);
-        QCOMPARE(total, text.length());
+        QCOMPARE(std::accumulate(lengths.cbegin(), lengths.cend(), qsizetype(0)), text.length());
         QCOMPARE(text.formatAt(expected.indexOf(u'X')).foreground().color(), QColor(Qt::green));
     }
 
@@ -223,10 +173,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         QTest::addColumn<bool>("bold");
         QTest::addColumn<bool>("italic");
-        QTest::newRow("regular") << "WriteSans-Regular" << false << false;
-        QTest::newRow("bold") << "WriteSans-Bold" << true << false;
-        QTest::newRow("bold italic") << "WriteSans-BoldItalic" << true << true;
-        QTest::newRow("family only") << "WriteSans" << false << false;
+        // clang-format off
+        QTest::newRow("regular")     << "WriteSans-Regular"    << false << false;
+        QTest::newRow("bold")        << "WriteSans-Bold"       << true  << false;
+        QTest::newRow("bold italic") << "WriteSans-BoldItalic" << true  << true;
+        QTest::newRow("family only") << "WriteSans"            << false << false;
+        // clang-format on
     }
     void fontNames()
     {

@@ -18,6 +18,8 @@
 #include <typeinfo>
 #include <zip.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QString kGerman = QStringLiteral("Hängeschränke, Größe, Übergabe");
@@ -192,6 +194,33 @@ QByteArray webArchiveBytes(const QByteArray& html, const QString& encodingName, 
     return writer.write(top);
 }
 
+// The text the reader named @p reader finds in @p bytes; plain text must decode without an error.
+QString extractWith(const QString& reader, const QByteArray& bytes)
+{
+    if (reader == QLatin1String("doc"))
+        return DocReader::extractFromData(bytes);
+    if (reader == QLatin1String("docx"))
+        return DocxReader::extractFromData(bytes);
+    if (reader == QLatin1String("rtf"))
+        return RtfReader::extractFromData(bytes);
+    if (reader == QLatin1String("html"))
+        return HtmlReader::extractFromData(bytes);
+    if (reader == QLatin1String("web"))
+        return WebArchiveReader::extractFromData(bytes);
+    QString error;
+    const QString text = PlainTextReader::extractFromData(bytes, &error);
+    return error.isEmpty() ? text : QStringLiteral("<error: %1>").arg(error);
+}
+
+QByteArray randomBytes(qsizetype size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator generator(seed);
+    for (char& c : bytes)
+        c = char(generator.bounded(256));
+    return bytes;
+}
+
 } // namespace
 
 class TestTextReaders : public QObject
@@ -215,12 +244,14 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("extension");
         QTest::addColumn<QString>("reader");
-        QTest::newRow("doc") << "doc" << typeid(DocReader).name();
-        QTest::newRow("docx") << "docx" << typeid(DocxReader).name();
-        QTest::newRow("rtf") << "rtf" << typeid(RtfReader).name();
-        QTest::newRow("html") << "html" << typeid(HtmlReader).name();
-        QTest::newRow("htm") << "htm" << typeid(HtmlReader).name();
+        // clang-format off
+        QTest::newRow("doc")        << "doc"        << typeid(DocReader).name();
+        QTest::newRow("docx")       << "docx"       << typeid(DocxReader).name();
+        QTest::newRow("rtf")        << "rtf"        << typeid(RtfReader).name();
+        QTest::newRow("html")       << "html"       << typeid(HtmlReader).name();
+        QTest::newRow("htm")        << "htm"        << typeid(HtmlReader).name();
         QTest::newRow("webarchive") << "webarchive" << typeid(WebArchiveReader).name();
+        // clang-format on
         for (const char* text : { "txt", "md", "xml", "eml" })
             QTest::newRow(text) << text << typeid(PlainTextReader).name();
         for (const char* none : { "DOC", "Docx", "RTF", "HTML", "TXT", "Md", "pdf", "jpg", "docm", "rtfd", "text", "" })
@@ -238,37 +269,32 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("fileName");
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("doc") << "a.doc" << fixture(QStringLiteral("multilingual-table-field.doc"));
-        QTest::newRow("docx") << "a.docx" << docx(QStringLiteral("<w:p><w:r><w:t>%1</w:t></w:r></w:p>").arg(kGerman));
-        QTest::newRow("rtf") << "a.rtf"
-                             << QByteArray("{\\rtf1\\ansi\\ansicpg1252 H\\'e4ngeschr\\u228?nke, Gr\\'f6\\'dfe, "
-                                           "\\'dcbergabe\\par}");
-        QTest::newRow("html utf-8")
-            << "a.html"
-            << (QStringLiteral("<html><head><meta charset=\"utf-8\"></head><body><p>%1</p>").arg(kGerman).toUtf8());
-        QTest::newRow("htm latin-1") << "a.htm"
-                                     << (QStringLiteral(
-                                            "<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; "
-                                            "charset=ISO-8859-1\"></head><body>%1</body></html>")
-                                                .arg(kGerman)
-                                                .toLatin1());
-        QTest::newRow("webarchive") << "a.webarchive"
-                                    << webArchiveBytes(
-                                           QStringLiteral("<p>%1</p>").arg(kGerman).toUtf8(), QStringLiteral("UTF-8"));
-        QTest::newRow("txt utf-8") << "a.txt" << kGerman.toUtf8();
-        QTest::newRow("md utf-8 bom") << "a.md"
-                                      << "\xEF\xBB\xBF" + kGerman.toUtf8();
-        QTest::newRow("txt utf-16le bom") << "a.txt"
-                                          << "\xFF\xFE" + encoded(kGerman, "UTF-16LE");
-        QTest::newRow("eml utf-16be bom") << "a.eml"
-                                          << "\xFE\xFF" + encoded(kGerman, "UTF-16BE");
-        QTest::newRow("xml utf-32le bom") << "a.xml" << QByteArray("\xFF\xFE\0\0", 4) + encoded(kGerman, "UTF-32LE");
-        QTest::newRow("txt windows-1252")
-            << "a.txt"
-            << encoded(QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1 "
-                                      "der Küche. Mit freundlichen Grüßen")
-                           .arg(kGerman),
-                   "windows-1252");
+        const QString letter = QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1 der Küche. "
+                                              "Mit freundlichen Grüßen")
+                                   .arg(kGerman);
+        const QString metaLatin1 = QStringLiteral("<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; "
+                                                  "charset=ISO-8859-1\"></head><body>%1</body></html>")
+                                       .arg(kGerman);
+        const QByteArray docxBytes = docx(QStringLiteral("<w:p><w:r><w:t>%1</w:t></w:r></w:p>").arg(kGerman));
+        const QByteArray web
+            = webArchiveBytes(QStringLiteral("<p>%1</p>").arg(kGerman).toUtf8(), QStringLiteral("UTF-8"));
+        // clang-format off
+        QTest::newRow("doc")  << "a.doc"  << fixture(QStringLiteral("multilingual-table-field.doc"));
+        QTest::newRow("docx") << "a.docx" << docxBytes;
+        QTest::newRow("rtf")              << "a.rtf"        << "{\\rtf1\\ansi\\ansicpg1252 H\\'e4ngeschr\\u228?nke, "
+                                                               "Gr\\'f6\\'dfe, \\'dcbergabe\\par}"_ba;
+        QTest::newRow("html utf-8") << "a.html"
+                                    << QStringLiteral("<meta charset=\"utf-8\"><p>%1</p>").arg(kGerman).toUtf8();
+        QTest::newRow("htm latin-1")      << "a.htm"        << metaLatin1.toLatin1();
+        QTest::newRow("webarchive")       << "a.webarchive" << web;
+        QTest::newRow("txt utf-8")        << "a.txt"        << kGerman.toUtf8();
+        QTest::newRow("md utf-8 bom")     << "a.md"         << "\xEF\xBB\xBF" + kGerman.toUtf8();
+        QTest::newRow("txt utf-16le bom") << "a.txt"        << "\xFF\xFE" + encoded(kGerman, "UTF-16LE");
+        QTest::newRow("eml utf-16be bom") << "a.eml"        << "\xFE\xFF" + encoded(kGerman, "UTF-16BE");
+        QTest::newRow("xml utf-32le bom") << "a.xml"
+                                          << QByteArray("\xFF\xFE\0\0", 4) + encoded(kGerman, "UTF-32LE");
+        QTest::newRow("txt windows-1252") << "a.txt"        << encoded(letter, "windows-1252");
+        // clang-format on
     }
     void germanTextComesBackVerbatim()
     {
@@ -279,155 +305,179 @@ private Q_SLOTS:
         QVERIFY2(text.contains(kGerman), qPrintable(text));
     }
 
-    void docKeepsScriptsTablesAndFieldResults()
+    // Every reader on well-formed, unusual and broken input; broken input gives "" quickly. The first word of a
+    // row's name is the reader.
+    void extract_data()
     {
-        const QString text = DocReader::extractFromData(fixture(QStringLiteral("multilingual-table-field.doc")));
-        QCOMPARE(text,
-            kGerman
-                + QStringLiteral("\nΕλληνικά κείμενο και Русский текст\n"
-                                 "Tab here and a link text end.\n"
-                                 "A1\tB1\t\nA2\tB2\t\n"
-                                 "Last paragraph € “quoted”\n"));
-    }
-
-    void docPieces_data()
-    {
-        QTest::addColumn<QByteArray>("doc");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("compressed windows-1252") << wordFile({ { QByteArray("Gr\xF6\xDF"
-                                                                            "e \x80 \x93x\x94 \x85\r"),
-            true } }) << QStringLiteral("Größe € “x” …\n");
-        QTest::newRow("compressed and utf-16 pieces")
-            << wordFile({ { QByteArray("Preis: "), true }, { utf16le(QStringLiteral("Привет Ελλάδα\r")), false } })
-            << QStringLiteral("Preis: Привет Ελλάδα\n");
-        QTest::newRow("field instruction dropped, result kept")
-            << wordFile({ { QByteArray("a \x13 HYPERLINK \"x\" \x14link\x15 b\r"), true } }) << "a link b\n";
-        QTest::newRow("nested fields") << wordFile({ { QByteArray("\x13 IF \x13 PAGE \x14"
-                                                                  "1\x15 \x14yes\x15!"),
-            true } }) << "yes!";
-        QTest::newRow("field without separator") << wordFile({ { QByteArray("x\x13 TOC \x15y"), true } }) << "xy";
-        QTest::newRow("table marks") << wordFile({ { QByteArray("A\x07"
-                                                                "B\x07\x07"
-                                                                "C\x07\x07"),
-            true } }) << "A\tB\t\nC\t\n";
-        QTest::newRow("breaks, anchors and hyphens") << wordFile({ { QByteArray("a\x0B"
-                                                                                "b\x0C"
-                                                                                "c\x01\x08\x1F"
-                                                                                "d\x1E"
-                                                                                "e\t"),
-            true } }) << QStringLiteral("a\nb\ncd\u2011e\t");
-        QTest::newRow("piece beyond the stream")
-            << wordFile({ { QByteArray(600, 'x'), true } }).left(4096) << QString();
-    }
-    void docPieces()
-    {
-        QFETCH(QByteArray, doc);
-        QFETCH(QString, text);
-        QCOMPARE(DocReader::extractFromData(doc), text);
-    }
-
-    void docBrokenGivesEmpty_data()
-    {
-        const QByteArray good = fixture(QStringLiteral("multilingual-table-field.doc"));
-        const qsizetype word = wordStreamOffset(good);
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("text named doc") << kGerman.toUtf8().repeated(100);
-        QTest::newRow("header only") << good.left(512);
-        QTest::newRow("half") << good.left(good.size() / 2);
-        QTest::newRow("all but last sector") << good.left(good.size() - 512);
-        QByteArray encrypted = good;
+        QTest::addColumn<QString>("text");
+        const QByteArray doc = fixture(QStringLiteral("multilingual-table-field.doc"));
+        const qsizetype word = wordStreamOffset(doc);
+        QByteArray encrypted = doc;
         if (word > 0)
             encrypted[word + 0x0B] = char(encrypted[word + 0x0B] | 0x01);
-        QTest::newRow("encrypted") << encrypted;
-        QByteArray older = good;
+        QByteArray older = doc;
         if (word > 0)
             qToLittleEndian<quint16>(0x65, older.data() + word + 2); // a Word 6 version number
-        QTest::newRow("older version") << older;
         // Every allocation-table entry pointing at itself: every chain is a cycle.
-        QByteArray cyclic = good;
-        const quint32 fatSector = qFromLittleEndian<quint32>(good.constData() + 0x4C);
-        const qsizetype fat = 512 + qsizetype(fatSector) * 512;
+        QByteArray cyclic = doc;
+        const qsizetype fat = 512 + qsizetype(qFromLittleEndian<quint32>(doc.constData() + 0x4C)) * 512;
         for (quint32 i = 0; i < 128 && fat + 512 <= cyclic.size(); ++i)
             qToLittleEndian<quint32>(i, cyclic.data() + fat + i * 4);
-        QTest::newRow("cyclic chains") << cyclic;
-        QByteArray hugeCounts = good;
+        QByteArray hugeCounts = doc;
         qToLittleEndian<quint32>(0x7FFFFFFF, hugeCounts.data() + 0x2C);
         qToLittleEndian<quint32>(0x7FFFFFFF, hugeCounts.data() + 0x48);
         qToLittleEndian<quint32>(1, hugeCounts.data() + 0x44);
-        QTest::newRow("extension count beyond the file") << hugeCounts;
-    }
-    void docBrokenGivesEmpty()
-    {
-        QFETCH(QByteArray, bytes);
-        QElapsedTimer timer;
-        timer.start();
-        const QString text = DocReader::extractFromData(bytes);
-        QCOMPARE(text, QString());
-        QVERIFY(timer.elapsed() < 2000);
-    }
+        const QString docText = kGerman
+            + QStringLiteral("\nΕλληνικά κείμενο και Русский текст\nTab here and a link text end.\n"
+                             "A1\tB1\t\nA2\tB2\t\nLast paragraph € “quoted”\n");
+        const auto piece = [](const QByteArray& bytes) { return wordFile({ { bytes, true } }); };
+        const QByteArray mixedPieces
+            = wordFile({ { "Preis: "_ba, true }, { utf16le(QStringLiteral("Привет Ελλάδα\r")), false } });
 
-    void docxStructure_data()
-    {
-        QTest::addColumn<QString>("body");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("paragraphs") << "<w:p><w:r><w:t>One</w:t></w:r></w:p><w:p><w:r><w:t>Two</w:t></w:r></w:p>"
-                                    << "One\nTwo\n";
-        QTest::newRow("runs join")
-            << "<w:p><w:r><w:t xml:space=\"preserve\">Ab </w:t></w:r><w:r><w:t>cd</w:t></w:r></w:p>"
-            << "Ab cd\n";
-        QTest::newRow("tab and breaks")
-            << "<w:p><w:r><w:t>a</w:t><w:tab/><w:t>b</w:t><w:br/><w:t>c</w:t><w:cr/></w:r></w:p>"
-            << "a\tb\nc\n\n";
-        QTest::newRow("tab stops are no text")
-            << "<w:p><w:pPr><w:tabs><w:tab w:val=\"left\" w:pos=\"720\"/></w:tabs></w:pPr><w:r><w:t>x</w:t></w:r></w:p>"
-            << "x\n";
-        QTest::newRow("deleted text and field codes")
-            << "<w:p><w:del><w:r><w:delText>gone</w:delText></w:r></w:del><w:r><w:instrText>PAGE</w:instrText></w:r>"
-               "<w:r><w:t>kept</w:t></w:r></w:p>"
-            << "kept\n";
-        QTest::newRow("table")
-            << "<w:tbl><w:tr><w:tc><w:p><w:r><w:t>A1</w:t></w:r></w:p></w:tc><w:tc><w:p><w:r><w:t>B1</w:t></w:r></w:p>"
-               "</w:tc></w:tr></w:tbl><w:p/>"
-            << "A1\tB1\t\n\n";
-        QTest::newRow("entities") << "<w:p><w:r><w:t>&lt;a&amp;b&gt; &#x20AC;</w:t></w:r></w:p>"
-                                  << "<a&b> €\n";
-    }
-    void docxStructure()
-    {
-        QFETCH(QString, body);
-        QFETCH(QString, text);
-        QCOMPARE(DocxReader::extractFromData(docx(body)), text);
-    }
-
-    void docxMainPartFromRelationships()
-    {
-        const QByteArray bytes
+        const QByteArray goodDocx = docx(QStringLiteral("<w:p><w:r><w:t>text</w:t></w:r></w:p>"));
+        const QByteArray relocated
             = zipBytes({ { QStringLiteral("_rels/.rels"),
-                             "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-                             "<Relationship Id=\"rId1\" "
-                             "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/"
+                             "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/"
+                             "2006/relationships\"><Relationship Id=\"rId1\" Type=\"http://"
+                             "schemas.openxmlformats.org/officeDocument/2006/relationships/"
                              "officeDocument\" Target=\"/word/document2.xml\"/></Relationships>" },
                 { QStringLiteral("word/document2.xml"),
                     documentXml(QStringLiteral("<w:p><w:r><w:t>moved</w:t></w:r></w:p>")) } });
-        QCOMPARE(DocxReader::extractFromData(bytes), QStringLiteral("moved\n"));
+        const auto p = [](const QString& inner) { return QStringLiteral("<w:p>%1</w:p>").arg(inner); };
+        const auto r = [](const QString& text) { return QStringLiteral("<w:r><w:t>%1</w:t></w:r>").arg(text); };
+        const QString deleted = QStringLiteral(
+            "<w:del><w:r><w:delText>gone</w:delText></w:r></w:del><w:r><w:instrText>PAGE</w:instrText></w:r>");
+        const QString table
+            = "<w:tbl><w:tr><w:tc>" + p(r("A1")) + "</w:tc><w:tc>" + p(r("B1")) + "</w:tc></w:tr></w:tbl><w:p/>";
+        const QByteArray destinations = "{\\rtf1{\\fonttbl{\\f0\\fswiss Arial;}}{\\colortbl;\\red0\\green0\\blue0;}"
+                                        "{\\stylesheet{\\s0 Normal;}}{\\info{\\title Secret}{\\author Me}}"
+                                        "{\\*\\generator Writer;}{\\header Head\\par}{\\footer Foot\\par}"
+                                        "{\\pict\\pngblip 89504e47}{\\object{\\*\\objdata 0102}}Body}";
+        const QByteArray deep = "{\\rtf1 " + QByteArray(10000, '{') + "deep \\'e4" + QByteArray(10000, '}') + " after}";
+        const QByteArray tooDeep = "{\\rtf1 " + QByteArray(RtfReader::kMaximumDepth + 10, '{') + "x";
+        const QByteArray goodWeb = webArchiveBytes("<p>x</p>", {});
+        const QString cyrillic = QStringLiteral("Уважаемые дамы и господа, направляем вам счёт за поставку товара. "
+                                                "С уважением, бухгалтерия");
+        const QString letter
+            = QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.").arg(kGerman);
+
+        // clang-format off
+        QTest::newRow("doc fixture")        << doc                                                  << docText;
+        QTest::newRow("doc windows-1252") << piece("Gr\xF6\xDF" "e \x80 \x93x\x94 \x85\r"_ba)
+                                          << "Größe € “x” …\n";
+        QTest::newRow("doc utf-16 pieces") << mixedPieces
+                                           << "Preis: Привет Ελλάδα\n";
+        QTest::newRow("doc field result")   << piece("a \x13 HYPERLINK \"x\" \x14link\x15 b\r")     << "a link b\n";
+        QTest::newRow("doc nested fields")  << piece("\x13 IF \x13 PAGE \x14" "1\x15 \x14yes\x15!") << "yes!";
+        QTest::newRow("doc no separator")   << piece("x\x13 TOC \x15y")                             << "xy";
+        QTest::newRow("doc table marks")    << piece("A\x07" "B\x07\x07" "C\x07\x07")               << "A\tB\t\nC\t\n";
+        QTest::newRow("doc breaks") << piece("a\x0B" "b\x0C" "c\x01\x08\x1F" "d\x1E" "e\t")
+                                    << "a\nb\ncd\u2011e\t";
+        QTest::newRow("doc piece too far")  << piece(QByteArray(600, 'x')).left(4096)               << "";
+        QTest::newRow("doc empty")          << QByteArray()                                         << "";
+        QTest::newRow("doc text named doc") << kGerman.toUtf8().repeated(100)                       << "";
+        QTest::newRow("doc header only")    << doc.left(512)                                        << "";
+        QTest::newRow("doc half")           << doc.left(doc.size() / 2)                             << "";
+        QTest::newRow("doc no last sector") << doc.left(doc.size() - 512)                           << "";
+        QTest::newRow("doc encrypted")      << encrypted                                            << "";
+        QTest::newRow("doc older version")  << older                                                << "";
+        QTest::newRow("doc cyclic chains")  << cyclic                                               << "";
+        QTest::newRow("doc huge counts")    << hugeCounts                                           << "";
+
+        QTest::newRow("docx paragraphs")     << docx(p(r("One")) + p(r("Two")))               << "One\nTwo\n";
+        QTest::newRow("docx runs join") << docx(p("<w:r><w:t xml:space=\"preserve\">Ab </w:t></w:r>" + r("cd")))
+                                        << "Ab cd\n";
+        QTest::newRow("docx tab, breaks")    << docx(p("<w:r><w:t>a</w:t><w:tab/><w:t>b</w:t><w:br/>"
+                                                       "<w:t>c</w:t><w:cr/></w:r>")) << "a\tb\nc\n\n";
+        QTest::newRow("docx tab stops")      << docx(p("<w:pPr><w:tabs><w:tab w:val=\"left\" w:pos=\"720\"/></w:tabs>"
+                                                       "</w:pPr>" + r("x"))) << "x\n";
+        QTest::newRow("docx deleted, codes") << docx(p(deleted + r("kept")))                  << "kept\n";
+        QTest::newRow("docx table")          << docx(table)                                   << "A1\tB1\t\n\n";
+        QTest::newRow("docx entities")       << docx(p(r("&lt;a&amp;b&gt; &#x20AC;")))        << "<a&b> €\n";
+        QTest::newRow("docx relationships")  << relocated                                     << "moved\n";
+        QTest::newRow("docx empty")          << QByteArray()                                  << "";
+        QTest::newRow("docx not a zip")      << "PK\x03\x04 this is not really a zip file"_ba << "";
+        QTest::newRow("docx no document")    << zipBytes({ { "word/other.xml", "<x/>" } })    << "";
+        QTest::newRow("docx broken xml") << zipBytes({ { "word/document.xml", "<w:document><w:t>unclosed" } })
+                                         << "";
+        QTest::newRow("docx truncated")      << goodDocx.left(goodDocx.size() - 30)           << "";
+
+        QTest::newRow("rtf plain") << "{\\rtf1\\ansi Hello world\\par}"_ba
+                                   << "Hello world\n";
+        QTest::newRow("rtf hex escapes")    << "{\\rtf1\\ansi\\ansicpg1252 K\\'fcche \\'80\\par}"_ba     << "Küche €\n";
+        QTest::newRow("rtf unicode")        << "{\\rtf1\\uc1 a\\u8364?b\\uc2\\u8364xxc\\uc0\\u946 d}"_ba << "a€b€cβd";
+        QTest::newRow("rtf fallback hex")   << "{\\rtf1 \\u228\\'e4x}"_ba                                << "äx";
+        QTest::newRow("rtf negative") << "{\\rtf1 \\u-3913?}"_ba
+                                      << QString(QChar(0xF0B7));
+        QTest::newRow("rtf surrogate pair") << "{\\rtf1 \\u-10179?\\u-8704?}"_ba
+                                            << "\U0001F600";
+        QTest::newRow("rtf destinations")   << destinations                                              << "Body";
+        QTest::newRow("rtf marks") << "{\\rtf1 a\\line b\\tab c\\par d\\~e\\-f\\emdash g\\endash h\\bullet}"_ba
+                                   << "a\nb\tc\nd\u00A0ef\u2014g\u2013h\u2022";
+        QTest::newRow("rtf quotes") << "{\\rtf1 \\lquote a\\rquote  \\ldblquote b\\rdblquote}"_ba
+                                    << "\u2018a\u2019 \u201Cb\u201D";
+        QTest::newRow("rtf escaped braces") << "{\\rtf1 \\{x\\} \\\\y}"_ba                               << "{x} \\y";
+        QTest::newRow("rtf source breaks")  << "{\\rtf1 ab\r\ncd\\\nef}"_ba                              << "abcd\nef";
+        QTest::newRow("rtf field result") << "{\\rtf1 {\\field{\\*\\fldinst HYPERLINK \"x\"}{\\fldrslt link}}}"_ba
+                                          << "link";
+        QTest::newRow("rtf cyrillic page") << "{\\rtf1\\ansi\\ansicpg1251 \\'cf\\'f0\\'e8\\'e2\\'e5\\'f2}"_ba
+                                           << "Привет";
+        QTest::newRow("rtf font charset")   << "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f1\\fcharset204 Arial Cyr;}}"
+                                               "\\f1 \\'c4\\'e0 {\\f0 \\'e4}}"_ba << "Да ä";
+        QTest::newRow("rtf shift-jis")      << "{\\rtf1\\ansi\\ansicpg932 \\'93\\'fa\\'96\\'7b}"_ba << "日本";
+        QTest::newRow("rtf binary skipped") << "{\\rtf1 a{\\pict\\bin4 }{\\x}b}"_ba                 << "ab";
+        QTest::newRow("rtf bin outside")    << "{\\rtf1 a\\bin3 {{{b}"_ba                           << "ab";
+        QTest::newRow("rtf unclosed")       << "{\\rtf1 open {\\b bold"_ba                          << "open bold";
+        QTest::newRow("rtf leading space")  << "\r\n {\\rtf1 x}"_ba                                 << "x";
+        QTest::newRow("rtf not rtf")        << "Hello {\\rtf1 x}"_ba                                << "";
+        QTest::newRow("rtf empty")          << QByteArray()                                         << "";
+        QTest::newRow("rtf only magic")     << "{\\rtf"_ba                                          << "";
+        QTest::newRow("rtf dangling")       << "{\\rtf1 a\\'4"_ba                                   << "a";
+        QTest::newRow("rtf deep nesting")   << deep                                                 << "deep ä after";
+        QTest::newRow("rtf beyond depth")   << tooDeep                                              << "";
+
+        QTest::newRow("html no charset")   << QStringLiteral("<p>Grüße</p>").toUtf8()                 << "Grüße";
+        QTest::newRow("html meta latin-1") << "<meta charset=\"iso-8859-1\"><p>Gr\xfc\xdf" "e</p>"_ba << "Grüße";
+        QTest::newRow("html meta 1251")    << "<meta http-equiv=\"content-type\" content=\"text/html; "
+                                              "charset=windows-1251\">\xcf\xf0\xe8"_ba << "При";
+        QTest::newRow("html undeclared") << encoded("<p>" + letter + "</p>", "windows-1252")                 << letter;
+        QTest::newRow("html utf-16 bom") << "\xFF\xFE" + encoded(QStringLiteral("<p>Grüße</p>"), "UTF-16LE") << "Grüße";
+        QTest::newRow("html entities") << "<b>a &amp; b</b> &euro;<script>x()</script>"_ba
+                                       << "a & b €";
+        QTest::newRow("html paragraphs") << "<p>one</p><p>two</p>"_ba
+                                         << "one\ntwo";
+        QTest::newRow("html empty")      << QByteArray()                                                     << "";
+
+        QTest::newRow("web utf-8 by meta") << webArchiveBytes("<meta charset=utf-8><p>Grüße</p>"_ba, {}) << "Grüße";
+        QTest::newRow("web latin-1") << webArchiveBytes("<p>Gr\xfc\xdf" "e</p>", QStringLiteral("ISO-8859-1"))
+                                     << "Grüße";
+        QTest::newRow("web no main")       << webArchiveBytes("<p>x</p>", {}, false)                     << "";
+        QTest::newRow("web truncated")     << goodWeb.left(goodWeb.size() - 10)                          << "";
+        QTest::newRow("web html file")     << "<html><p>x</p></html>"_ba                                 << "";
+        QTest::newRow("web empty")         << QByteArray()                                               << "";
+
+        QTest::newRow("text empty")        << QByteArray()                        << "";
+        QTest::newRow("text line ends")    << "From: a\r\nTo: b\r\n\r\nBody\n"_ba << "From: a\r\nTo: b\r\n\r\nBody\n";
+        QTest::newRow("text utf-8 bom")    << "\xEF\xBB\xBFx"_ba                  << "x";
+        QTest::newRow("text utf-32be bom") << "\0\0\xFE\xFF\0\0\0x"_ba            << "x";
+        QTest::newRow("text windows-1251") << encoded(cyrillic, "windows-1251")   << cyrillic;
+        // clang-format on
+    }
+    void extract()
+    {
+        const QString reader = QString::fromLatin1(QTest::currentDataTag()).section(u' ', 0, 0);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(extractWith(reader, bytes), text);
+        QVERIFY(timer.elapsed() < 2000);
     }
 
-    void docxBrokenGivesEmpty_data()
+    void htmlOutsideEncodingWins()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("not a zip") << QByteArray("PK\x03\x04 this is not really a zip file");
-        QTest::newRow("no document part") << zipBytes({ { QStringLiteral("word/other.xml"), "<x/>" } });
-        QTest::newRow("broken xml") << zipBytes(
-            { { QStringLiteral("word/document.xml"), "<w:document><w:t>unclosed" } });
-        const QByteArray good = docx(QStringLiteral("<w:p><w:r><w:t>text</w:t></w:r></w:p>"));
-        QTest::newRow("truncated") << good.left(good.size() - 30);
-    }
-    void docxBrokenGivesEmpty()
-    {
-        QFETCH(QByteArray, bytes);
-        QCOMPARE(DocxReader::extractFromData(bytes), QString());
+        QCOMPARE(HtmlReader::extractFromData("<meta charset=\"utf-8\">\xe4", "ISO-8859-1"), QStringLiteral("ä"));
     }
 
     void docxZipBombIsRefused()
@@ -453,171 +503,21 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 5000);
     }
 
-    void rtf_data()
-    {
-        QTest::addColumn<QByteArray>("rtf");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("plain") << QByteArray("{\\rtf1\\ansi Hello world\\par}") << "Hello world\n";
-        QTest::newRow("hex escapes") << QByteArray("{\\rtf1\\ansi\\ansicpg1252 K\\'fcche \\'80\\par}") << "Küche €\n";
-        QTest::newRow("unicode with fallback")
-            << QByteArray("{\\rtf1\\uc1 a\\u8364?b\\uc2\\u8364xxc\\uc0\\u946 d}") << "a€b€cβd";
-        QTest::newRow("unicode fallback as hex") << QByteArray("{\\rtf1 \\u228\\'e4x}") << "äx";
-        QTest::newRow("negative unicode") << QByteArray("{\\rtf1 \\u-3913?}") << QString(QChar(0xF0B7));
-        QTest::newRow("surrogate pair") << QByteArray("{\\rtf1 \\u-10179?\\u-8704?}")
-                                        << QString::fromUtf8("\xF0\x9F\x98\x80");
-        QTest::newRow("skipped destinations")
-            << QByteArray("{\\rtf1{\\fonttbl{\\f0\\fswiss Arial;}}{\\colortbl;\\red0\\green0\\blue0;}"
-                          "{\\stylesheet{\\s0 Normal;}}{\\info{\\title Secret}{\\author Me}}"
-                          "{\\*\\generator Writer;}{\\header Head\\par}{\\footer Foot\\par}"
-                          "{\\pict\\pngblip 89504e47}{\\object{\\*\\objdata 0102}}Body}")
-            << "Body";
-        QTest::newRow("marks") << QByteArray("{\\rtf1 a\\line b\\tab c\\par d\\~e\\-f\\emdash g\\endash h\\bullet}")
-                               << QStringLiteral("a\nb\tc\nd\u00A0ef\u2014g\u2013h\u2022");
-        QTest::newRow("quotes") << QByteArray("{\\rtf1 \\lquote a\\rquote  \\ldblquote b\\rdblquote}")
-                                << QStringLiteral("\u2018a\u2019 \u201Cb\u201D");
-        QTest::newRow("escaped braces") << QByteArray("{\\rtf1 \\{x\\} \\\\y}") << "{x} \\y";
-        QTest::newRow("source line ends ignored") << QByteArray("{\\rtf1 ab\r\ncd\\\nef}") << "abcd\nef";
-        QTest::newRow("field result kept")
-            << QByteArray("{\\rtf1 {\\field{\\*\\fldinst HYPERLINK \"x\"}{\\fldrslt link}}}") << "link";
-        QTest::newRow("cyrillic code page")
-            << QByteArray("{\\rtf1\\ansi\\ansicpg1251 \\'cf\\'f0\\'e8\\'e2\\'e5\\'f2}") << QStringLiteral("Привет");
-        QTest::newRow("cyrillic font charset") << QByteArray(
-            "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f1\\fcharset204 Arial Cyr;}}\\f1 \\'c4\\'e0 {\\f0 \\'e4}}")
-                                               << QStringLiteral("Да ä");
-        QTest::newRow("shift-jis pairs") << QByteArray("{\\rtf1\\ansi\\ansicpg932 \\'93\\'fa\\'96\\'7b}")
-                                         << QStringLiteral("日本");
-        QTest::newRow("binary data skipped") << QByteArray("{\\rtf1 a{\\pict\\bin4 }{\\x}b}") << "ab";
-        QTest::newRow("bin outside pict") << QByteArray("{\\rtf1 a\\bin3 {{{b}") << "ab";
-        QTest::newRow("unclosed") << QByteArray("{\\rtf1 open {\\b bold") << "open bold";
-        QTest::newRow("leading white space") << QByteArray("\r\n {\\rtf1 x}") << "x";
-        QTest::newRow("not rtf") << QByteArray("Hello {\\rtf1 x}") << QString();
-        QTest::newRow("empty") << QByteArray() << QString();
-        QTest::newRow("only magic") << QByteArray("{\\rtf") << QString();
-        QTest::newRow("dangling escape") << QByteArray("{\\rtf1 a\\'4") << "a";
-    }
-    void rtf()
-    {
-        QFETCH(QByteArray, rtf);
-        QFETCH(QString, text);
-        QCOMPARE(RtfReader::extractFromData(rtf), text);
-    }
-
-    void rtfDeepNesting()
-    {
-        const int depth = 10000;
-        const QByteArray deep = "{\\rtf1 " + QByteArray(depth, '{') + "deep \\'e4" + QByteArray(depth, '}') + " after}";
-        QCOMPARE(RtfReader::extractFromData(deep), QStringLiteral("deep ä after"));
-
-        // Beyond the depth limit the file counts as broken, quickly and without recursion.
-        const QByteArray tooDeep = "{\\rtf1 " + QByteArray(RtfReader::kMaximumDepth + 10, '{') + "x";
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(RtfReader::extractFromData(tooDeep), QString());
-        QVERIFY(timer.elapsed() < 2000);
-    }
-
-    void html_data()
-    {
-        QTest::addColumn<QByteArray>("html");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("no charset is utf-8") << QStringLiteral("<p>Grüße</p>").toUtf8() << "Grüße";
-        QTest::newRow("meta latin-1") << QByteArray("<meta charset=\"iso-8859-1\"><p>Gr\xfc\xdf"
-                                                    "e</p>")
-                                      << "Grüße";
-        QTest::newRow("meta windows-1251")
-            << QByteArray("<meta http-equiv=\"content-type\" content=\"text/html; charset=windows-1251\">\xcf\xf0\xe8")
-            << "При";
-        QTest::newRow("undeclared windows-1252")
-            << encoded(
-                   QStringLiteral("<p>Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.</p>").arg(kGerman),
-                   "windows-1252")
-            << QStringLiteral("Sehr geehrte Damen und Herren, anbei die Rechnung für die %1.").arg(kGerman);
-        QTest::newRow("utf-16 bom") << "\xFF\xFE" + encoded(QStringLiteral("<p>Grüße</p>"), "UTF-16LE") << "Grüße";
-        QTest::newRow("entities and markup") << QByteArray("<b>a &amp; b</b> &euro;<script>x()</script>") << "a & b €";
-        QTest::newRow("paragraphs") << QByteArray("<p>one</p><p>two</p>") << "one\ntwo";
-        QTest::newRow("empty") << QByteArray() << QString();
-    }
-    void html()
-    {
-        QFETCH(QByteArray, html);
-        QFETCH(QString, text);
-        QCOMPARE(HtmlReader::extractFromData(html), text);
-    }
-
-    void htmlOutsideEncodingWins()
-    {
-        QCOMPARE(HtmlReader::extractFromData("<meta charset=\"utf-8\">\xe4", "ISO-8859-1"), QStringLiteral("ä"));
-    }
-
-    void webArchive_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("utf-8 by meta") << webArchiveBytes(QStringLiteral("<meta charset=utf-8><p>Grüße</p>").toUtf8(),
-            {}) << "Grüße";
-        QTest::newRow("recorded latin-1") << webArchiveBytes(QByteArray("<p>Gr\xfc\xdf"
-                                                                        "e</p>"),
-            QStringLiteral("ISO-8859-1")) << "Grüße";
-        QTest::newRow("no main resource") << webArchiveBytes("<p>x</p>", {}, false) << QString();
-        const QByteArray good = webArchiveBytes("<p>x</p>", {});
-        QTest::newRow("truncated") << good.left(good.size() - 10) << QString();
-        QTest::newRow("html file") << QByteArray("<html><p>x</p></html>") << QString();
-        QTest::newRow("empty") << QByteArray() << QString();
-    }
-    void webArchive()
-    {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(WebArchiveReader::extractFromData(bytes), text);
-    }
-
-    void plainText_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << QByteArray() << QString();
-        QTest::newRow("ascii with line ends")
-            << QByteArray("From: a\r\nTo: b\r\n\r\nBody\n") << "From: a\r\nTo: b\r\n\r\nBody\n";
-        QTest::newRow("utf-8 bom is dropped") << QByteArray("\xEF\xBB\xBFx") << "x";
-        QTest::newRow("utf-32be bom") << QByteArray("\0\0\xFE\xFF\0\0\0x", 8) << "x";
-        QTest::newRow("cyrillic windows-1251")
-            << encoded(QStringLiteral("Уважаемые дамы и господа, направляем вам счёт за поставку товара. "
-                                      "С уважением, бухгалтерия"),
-                   "windows-1251")
-            << QStringLiteral(
-                   "Уважаемые дамы и господа, направляем вам счёт за поставку товара. С уважением, бухгалтерия");
-    }
-    void plainText()
-    {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        QString error;
-        QCOMPARE(PlainTextReader::extractFromData(bytes, &error), text);
-        QCOMPARE(error, QString());
-    }
-
     void undecodableTextLogsEncError()
     {
-        QByteArray junk(64 * 1024, Qt::Uninitialized);
-        QRandomGenerator generator(42);
-        for (char& c : junk)
-            c = char(generator.bounded(256));
+        QByteArray junk = randomBytes(64 * 1024, 42);
         junk[10] = '\0';
         QString error;
         QCOMPARE(PlainTextReader::extractFromData(junk, &error), QString());
         QVERIFY(!error.isEmpty());
+        error.clear();
+        QCOMPARE(PlainTextReader::extractFromData(QByteArray("\xFF\xFE\x00\xD8", 4), &error), QString());
+        QVERIFY2(!error.isEmpty(), "an invalid text after a byte order mark");
 
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^encError: .*junk\\.txt")));
         QCOMPARE(extractFile(QStringLiteral("junk.txt"), junk), QString());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^encError: ")));
         QCOMPARE(PlainTextReader().extract(m_dir.filePath(QStringLiteral("missing.txt"))), QString());
-    }
-
-    void invalidByteOrderMarkTextFails()
-    {
-        QString error;
-        QCOMPARE(PlainTextReader::extractFromData(QByteArray("\xFF\xFE\x00\xD8", 4), &error), QString());
-        QVERIFY(!error.isEmpty());
     }
 
     void everyExtensionSurvivesEmptyAndJunk_data()
@@ -631,17 +531,15 @@ private Q_SLOTS:
         QFETCH(QString, extension);
         QCOMPARE(extractFile(QStringLiteral("empty.") + extension, QByteArray()), QString());
 
-        QByteArray junk(1 << 20, Qt::Uninitialized);
-        QRandomGenerator generator(7);
-        for (char& c : junk)
-            c = char(generator.bounded(256));
+        const QByteArray junk = randomBytes(1 << 20, 7);
+        const bool html = extension.startsWith(QLatin1String("htm"));
+        if (QStringList { QStringLiteral("txt"), QStringLiteral("md"), QStringLiteral("xml"), QStringLiteral("eml") }
+                .contains(extension))
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^encError: ")));
         QElapsedTimer timer;
         timer.start();
-        if (extension == QLatin1String("txt") || extension == QLatin1String("md") || extension == QLatin1String("xml")
-            || extension == QLatin1String("eml"))
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^encError: ")));
         const QString text = extractFile(QStringLiteral("junk.") + extension, junk);
-        if (extension != QLatin1String("html") && extension != QLatin1String("htm"))
+        if (!html)
             QCOMPARE(text, QString());
         QVERIFY(timer.elapsed() < 10000);
     }
