@@ -16,7 +16,7 @@
 
 namespace {
 
-using Bits = std::vector<quint64>;
+using Bits = SearchSlotSet::Bits;
 
 /// White space ends a word: the ASCII spaces and line breaks, and the NUL
 /// that ends each field. Other spaces (no-break, ideographic) are folded to
@@ -87,29 +87,6 @@ qint64 utf8Size(QStringView text)
         size += unit < 0x80 ? 1 : unit < 0x800 ? 2 : QChar::isSurrogate(unit) ? 2 : 3;
     }
     return size;
-}
-
-Bits emptyBits(quint32 count)
-{
-    return Bits((count + 63) / 64, 0);
-}
-
-Bits fullBits(quint32 count)
-{
-    Bits bits((count + 63) / 64, ~quint64(0));
-    if (count % 64)
-        bits.back() = (quint64(1) << (count % 64)) - 1;
-    return bits;
-}
-
-inline void setBit(Bits& bits, quint32 index)
-{
-    bits[index >> 6] |= quint64(1) << (index & 63);
-}
-
-bool allZero(const Bits& bits)
-{
-    return std::all_of(bits.begin(), bits.end(), [](quint64 word) { return word == 0; });
 }
 
 template<typename T> qint64 capacityBytes(const std::vector<T>& items)
@@ -453,7 +430,7 @@ void SearchIndex::Segment::scanField(std::string_view needle, int field, Bits& o
         const quint64 begin = fieldStart[size_t(doc) * fieldCount + field];
         const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
         if (end - begin >= needle.size() && memmem(text + begin, end - begin, needle.data(), needle.size()))
-            setBit(out, doc);
+            SearchSlotSet::setBit(out, doc);
     }
 }
 
@@ -500,7 +477,7 @@ void SearchIndex::Segment::tokenUnion(std::string_view needle, quint8 mask, Bits
         const quint32 end = postingStart[token + 1];
         for (quint32 posting = postingStart[token]; posting < end; ++posting) {
             if (postingMask[posting] & mask)
-                setBit(out, postingDoc[posting]);
+                SearchSlotSet::setBit(out, postingDoc[posting]);
         }
     }
 }
@@ -519,7 +496,7 @@ void SearchIndex::Segment::scan(std::string_view needle, quint8 mask, Bits& out,
                     const quint64 end = fieldStart[size_t(doc) * fieldCount + field + 1] - 1;
                     if (end - begin >= needle.size()
                         && memmem(text + begin, end - begin, needle.data(), needle.size())) {
-                        setBit(out, doc);
+                        SearchSlotSet::setBit(out, doc);
                         break;
                     }
                 }
@@ -538,7 +515,7 @@ void SearchIndex::Segment::scan(std::string_view needle, quint8 mask, Bits& out,
             = size_t(std::upper_bound(fieldStart.begin(), fieldStart.end(), offset) - fieldStart.begin()) - 1;
         const size_t doc = field / fieldCount;
         if (mask & (1u << (field % fieldCount))) {
-            setBit(out, quint32(doc));
+            SearchSlotSet::setBit(out, quint32(doc));
             at = fieldStart[(doc + 1) * fieldCount];
         } else {
             at = fieldStart[field + 1];
@@ -583,7 +560,7 @@ void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& 
         return tokenUnion(needle, mask, out, cache);
 
     // Each piece between separators lies inside one token of the matching field.
-    Bits candidates = fullBits(count);
+    Bits candidates = SearchSlotSet::fullBits(count);
     bool anyPiece = false;
     size_t at = 0;
     while (at < needle.size()) {
@@ -594,12 +571,12 @@ void SearchIndex::Segment::contains(std::string_view needle, quint8 mask, Bits& 
             ++at;
         if (begin == at)
             continue;
-        Bits piece = emptyBits(count);
+        Bits piece = SearchSlotSet::emptyBits(count);
         tokenUnion(needle.substr(begin, at - begin), mask, piece, cache);
         for (size_t word = 0; word < candidates.size(); ++word)
             candidates[word] &= piece[word];
         anyPiece = true;
-        if (allZero(candidates))
+        if (SearchSlotSet::allZero(candidates))
             return;
     }
     scan(needle, mask, out, anyPiece ? &candidates : nullptr);
@@ -706,53 +683,6 @@ SearchIndex::Compiled SearchIndex::compile(const SearchPredicate& predicate) con
     compiled.kind = K::Generic;
     compiled.predicate = &predicate;
     return compiled;
-}
-
-// ---------------------------------------------------------------------------
-
-SearchIndex::SlotSet::SlotSet(quint32 size, bool filled)
-    : m_words(filled ? fullBits(size) : emptyBits(size))
-    , m_size(size)
-{
-}
-
-void SearchIndex::SlotSet::resize(quint32 size)
-{
-    if (size < m_size) {
-        m_words.resize((size + 63) / 64);
-        if (size % 64)
-            m_words.back() &= (quint64(1) << (size % 64)) - 1;
-    } else {
-        m_words.resize((size + 63) / 64, 0);
-    }
-    m_size = size;
-}
-
-SearchIndex::SlotSet& SearchIndex::SlotSet::operator&=(const SlotSet& other)
-{
-    for (size_t i = 0; i < m_words.size(); ++i)
-        m_words[i] &= i < other.m_words.size() ? other.m_words[i] : 0;
-    return *this;
-}
-
-SearchIndex::SlotSet& SearchIndex::SlotSet::operator|=(const SlotSet& other)
-{
-    for (size_t i = 0; i < m_words.size() && i < other.m_words.size(); ++i)
-        m_words[i] |= other.m_words[i];
-    return *this;
-}
-
-quint32 SearchIndex::SlotSet::count() const
-{
-    quint32 total = 0;
-    for (const quint64 word : m_words)
-        total += quint32(std::popcount(word));
-    return total;
-}
-
-bool SearchIndex::SlotSet::isEmpty() const
-{
-    return allZero(m_words);
 }
 
 // ---------------------------------------------------------------------------
@@ -910,7 +840,7 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
         key.push_back(char(node.mask));
         auto found = cache.results.find(key);
         if (found == cache.results.end()) {
-            Bits bits = emptyBits(segment.count);
+            Bits bits = SearchSlotSet::emptyBits(segment.count);
             segment.contains(node.needle, node.mask, bits, cache);
             found = cache.results.emplace(std::move(key), std::move(bits)).first;
         }
@@ -937,11 +867,11 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
               };
               switch (node.kind) {
               case K::All:
-                  return fullBits(count);
+                  return SearchSlotSet::fullBits(count);
               case K::Nothing:
-                  return emptyBits(count);
+                  return SearchSlotSet::emptyBits(count);
               case K::And: {
-                  Bits bits = fullBits(count);
+                  Bits bits = SearchSlotSet::fullBits(count);
                   bool narrowed = false;
                   for (const Compiled& operand : node.operands) {
                       Within inner = within;
@@ -955,13 +885,13 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                       for (size_t i = 0; i < bits.size(); ++i)
                           bits[i] &= part[i];
                       narrowed = true;
-                      if (allZero(bits))
+                      if (SearchSlotSet::allZero(bits))
                           break;
                   }
                   return bits;
               }
               case K::Or: {
-                  Bits bits = emptyBits(count);
+                  Bits bits = SearchSlotSet::emptyBits(count);
                   for (const Compiled& operand : node.operands) {
                       if (operand.kind == K::Contains) {
                           needleBits(operand, bits);
@@ -974,13 +904,13 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                   return bits;
               }
               case K::Contains: {
-                  Bits bits = emptyBits(count);
+                  Bits bits = SearchSlotSet::emptyBits(count);
                   needleBits(node, bits);
                   return bits;
               }
               case K::KindIn: {
                   // Word by word without branches: these loops run over every document.
-                  Bits bits = emptyBits(count);
+                  Bits bits = SearchSlotSet::emptyBits(count);
                   const qint32* ids = m_kindIds.data() + segment.firstSlot;
                   const quint8* matches = node.kindMatches.data();
                   const size_t nilEntry = node.kindMatches.size() - 1;
@@ -992,7 +922,7 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
               }
               case K::DateAtLeast:
               case K::DateAtMost: {
-                  Bits bits = emptyBits(count);
+                  Bits bits = SearchSlotSet::emptyBits(count);
                   const double* dates = m_fileDates.data() + segment.firstSlot;
                   const double bound = node.date;
                   if (node.kind == K::DateAtLeast) {
@@ -1005,15 +935,15 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
                   return bits;
               }
               case K::Generic: {
-                  Bits bits = emptyBits(count);
+                  Bits bits = SearchSlotSet::emptyBits(count);
                   for (quint32 doc = 0; doc < count; ++doc) {
                       if (node.predicate->evaluate(*m_documents[segment.firstSlot + doc]))
-                          setBit(bits, doc);
+                          SearchSlotSet::setBit(bits, doc);
                   }
                   return bits;
               }
               }
-              return emptyBits(count);
+              return SearchSlotSet::emptyBits(count);
           };
 
     // Large archives are searched on several threads, one segment each.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "output/SearchPredicate.h"
+#include "output/SearchSlotSet.h"
 
 #include <QHash>
 #include <QLatin1StringView>
@@ -50,27 +51,7 @@ public:
     static constexpr quint32 tailCapacity = 4096;
 
     /// A set of slots, one bit each.
-    class SlotSet
-    {
-    public:
-        SlotSet() = default;
-        explicit SlotSet(quint32 size, bool filled = false);
-        quint32 size() const { return m_size; }
-        bool contains(quint32 slot) const { return slot < m_size && (m_words[slot >> 6] >> (slot & 63)) & 1; }
-        void insert(quint32 slot) { m_words[slot >> 6] |= quint64(1) << (slot & 63); }
-        void remove(quint32 slot) { m_words[slot >> 6] &= ~(quint64(1) << (slot & 63)); }
-        void resize(quint32 size);
-        SlotSet& operator&=(const SlotSet& other);
-        SlotSet& operator|=(const SlotSet& other);
-        quint32 count() const;
-        bool isEmpty() const;
-        std::vector<quint64>& words() { return m_words; }
-        const std::vector<quint64>& words() const { return m_words; }
-
-    private:
-        std::vector<quint64> m_words;
-        quint32 m_size = 0;
-    };
+    using SlotSet = SearchSlotSet;
 
     struct Statistics
     {
