@@ -1,19 +1,14 @@
 #include "output/SearchIndex.h"
 
 #include "model/QuillarcDocument.h"
+#include "output/SearchQuery.h"
 #include "output/SearchSegment.h"
-#include "output/TextFolding.h"
 
-#include <bit>
 #include <cmath>
-#include <functional>
 #include <system_error>
 #include <thread>
-#include <unordered_map>
 
 namespace {
-
-using Bits = SearchSlotSet::Bits;
 
 template<typename T> qint64 capacityBytes(const std::vector<T>& items)
 {
@@ -52,119 +47,7 @@ template<typename Job> void runParallel(int count, int threads, Job job)
         worker.join();
 }
 
-/// What one search has found out about one segment: the tokens holding a
-/// needle, and the documents a needle and field mask give. Word groups share
-/// needles (the phrase tested against the note, the words inside it).
-struct SegmentCache
-{
-    TokenVocabulary::MatchCache tokens;
-    std::unordered_map<std::string, Bits> results;
-};
-
 } // namespace
-
-/// A predicate prepared for the index: needles folded once, kind patterns
-/// matched once per distinct kind.
-struct SearchIndex::Compiled
-{
-    enum class Kind
-    {
-        All,
-        Nothing,
-        And,
-        Or,
-        Contains,
-        KindIn,
-        DateAtLeast,
-        DateAtMost,
-        Generic
-    };
-    Kind kind = Kind::All;
-    std::vector<Compiled> operands;
-    std::string needle;
-    quint8 mask = 0;
-    std::vector<quint8> kindMatches; ///< per kind id, plus one for nil at the end
-    double date = 0;
-    const SearchPredicate* predicate = nullptr;
-};
-
-SearchIndex::Compiled SearchIndex::compile(const SearchPredicate& predicate) const
-{
-    using K = Compiled::Kind;
-    Compiled compiled;
-    switch (predicate.type()) {
-    case SearchPredicate::Type::Null:
-        compiled.kind = K::All;
-        return compiled;
-    case SearchPredicate::Type::And:
-    case SearchPredicate::Type::Or: {
-        const bool isOr = predicate.type() == SearchPredicate::Type::Or;
-        compiled.kind = isOr ? K::Or : K::And;
-        for (const SearchPredicate& operand : predicate.operands()) {
-            Compiled part = compile(operand);
-            // One pass per distinct needle: its fields are merged into one mask.
-            if (isOr && part.kind == K::Contains) {
-                auto same
-                    = std::find_if(compiled.operands.begin(), compiled.operands.end(), [&part](const Compiled& other) {
-                          return other.kind == K::Contains && other.needle == part.needle;
-                      });
-                if (same != compiled.operands.end()) {
-                    same->mask |= part.mask;
-                    continue;
-                }
-            }
-            compiled.operands.push_back(std::move(part));
-        }
-        return compiled;
-    }
-    case SearchPredicate::Type::Comparison:
-        break;
-    }
-
-    const Value& argument = predicate.argument();
-    const int field = fieldIndex(predicate.key());
-    switch (predicate.op()) {
-    case SearchPredicate::Operator::ContainsCD:
-        if (field < 0)
-            break;
-        compiled.kind = K::Nothing;
-        if (argument.kind() == Value::Kind::String) {
-            compiled.needle = TextFolding::foldedUtf8(argument.toString());
-            if (!compiled.needle.empty()) {
-                compiled.kind = K::Contains;
-                compiled.mask = quint8(1u << field);
-            }
-        }
-        return compiled;
-    case SearchPredicate::Operator::Like:
-        if (predicate.key() != QLatin1String("fileKind"))
-            break;
-        compiled.kind = K::Nothing;
-        if (argument.kind() == Value::Kind::String) {
-            compiled.kind = K::KindIn;
-            for (const QString& kind : m_kinds)
-                compiled.kindMatches.push_back(SearchPredicate::matchesLike(kind, argument.toString()) ? 1 : 0);
-            compiled.kindMatches.push_back(0); // nil
-        }
-        return compiled;
-    case SearchPredicate::Operator::GreaterOrEqual:
-    case SearchPredicate::Operator::LessOrEqual:
-        if (predicate.key() != QLatin1String("fileDate"))
-            break;
-        compiled.kind = K::Nothing;
-        if (argument.kind() == Value::Kind::Date) {
-            compiled.kind
-                = predicate.op() == SearchPredicate::Operator::GreaterOrEqual ? K::DateAtLeast : K::DateAtMost;
-            compiled.date = argument.toDate();
-        }
-        return compiled;
-    }
-    compiled.kind = K::Generic;
-    compiled.predicate = &predicate;
-    return compiled;
-}
-
-// ---------------------------------------------------------------------------
 
 SearchIndex::SearchIndex() = default;
 SearchIndex::~SearchIndex() = default;
@@ -299,130 +182,13 @@ void SearchIndex::removeDocument(const DocumentPtr& document)
 
 SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
 {
-    const Compiled compiled = compile(predicate);
-    using K = Compiled::Kind;
-
-    std::vector<Bits> results(m_segments.size());
-    // Several word groups test the same phrase against the note: each needle
-    // and field mask is searched once per segment.
-    using Cache = SegmentCache;
-    auto containing = [](const SearchSegment& segment, const Compiled& node, Cache& cache) -> const Bits& {
-        std::string key = node.needle;
-        key.push_back(char(node.mask));
-        auto found = cache.results.find(key);
-        if (found == cache.results.end()) {
-            Bits bits = SearchSlotSet::emptyBits(segment.count());
-            segment.contains(node.needle, node.mask, bits, cache.tokens);
-            found = cache.results.emplace(std::move(key), std::move(bits)).first;
-        }
-        return found->second;
-    };
-    // Within an AND, later operands only matter for the documents still in:
-    // when few are left, a needle is checked in their text directly.
-    struct Within
-    {
-        const Bits* bits = nullptr;
-        bool few = false;
-    };
-    std::function<Bits(const SearchSegment&, const Compiled&, Cache&, Within)> evaluate
-        = [&](const SearchSegment& segment, const Compiled& node, Cache& cache, Within within) {
-              const quint32 count = segment.count();
-              auto needleBits = [&](const Compiled& needle, Bits& bits) {
-                  if (within.few && segment.isIndexed()) {
-                      segment.scan(needle.needle, needle.mask, bits, within.bits);
-                      return;
-                  }
-                  const Bits& part = containing(segment, needle, cache);
-                  for (size_t i = 0; i < bits.size(); ++i)
-                      bits[i] |= part[i];
-              };
-              switch (node.kind) {
-              case K::All:
-                  return SearchSlotSet::fullBits(count);
-              case K::Nothing:
-                  return SearchSlotSet::emptyBits(count);
-              case K::And: {
-                  Bits bits = SearchSlotSet::fullBits(count);
-                  bool narrowed = false;
-                  for (const Compiled& operand : node.operands) {
-                      Within inner = within;
-                      if (narrowed) {
-                          quint64 population = 0;
-                          for (const quint64 word : bits)
-                              population += quint64(std::popcount(word));
-                          inner = { &bits, population <= count / 64 };
-                      }
-                      const Bits part = evaluate(segment, operand, cache, inner);
-                      for (size_t i = 0; i < bits.size(); ++i)
-                          bits[i] &= part[i];
-                      narrowed = true;
-                      if (SearchSlotSet::allZero(bits))
-                          break;
-                  }
-                  return bits;
-              }
-              case K::Or: {
-                  Bits bits = SearchSlotSet::emptyBits(count);
-                  for (const Compiled& operand : node.operands) {
-                      if (operand.kind == K::Contains) {
-                          needleBits(operand, bits);
-                          continue;
-                      }
-                      const Bits part = evaluate(segment, operand, cache, within);
-                      for (size_t i = 0; i < bits.size(); ++i)
-                          bits[i] |= part[i];
-                  }
-                  return bits;
-              }
-              case K::Contains: {
-                  Bits bits = SearchSlotSet::emptyBits(count);
-                  needleBits(node, bits);
-                  return bits;
-              }
-              case K::KindIn: {
-                  // Word by word without branches: these loops run over every document.
-                  Bits bits = SearchSlotSet::emptyBits(count);
-                  const qint32* ids = m_kindIds.data() + segment.firstSlot();
-                  const quint8* matches = node.kindMatches.data();
-                  const size_t nilEntry = node.kindMatches.size() - 1;
-                  for (quint32 doc = 0; doc < count; ++doc) {
-                      const size_t id = ids[doc] < 0 ? nilEntry : std::min(size_t(ids[doc]), nilEntry);
-                      bits[doc >> 6] |= quint64(matches[id]) << (doc & 63);
-                  }
-                  return bits;
-              }
-              case K::DateAtLeast:
-              case K::DateAtMost: {
-                  Bits bits = SearchSlotSet::emptyBits(count);
-                  const double* dates = m_fileDates.data() + segment.firstSlot();
-                  const double bound = node.date;
-                  if (node.kind == K::DateAtLeast) {
-                      for (quint32 doc = 0; doc < count; ++doc) // NaN compares false
-                          bits[doc >> 6] |= quint64(dates[doc] >= bound) << (doc & 63);
-                  } else {
-                      for (quint32 doc = 0; doc < count; ++doc)
-                          bits[doc >> 6] |= quint64(dates[doc] <= bound) << (doc & 63);
-                  }
-                  return bits;
-              }
-              case K::Generic: {
-                  Bits bits = SearchSlotSet::emptyBits(count);
-                  for (quint32 doc = 0; doc < count; ++doc) {
-                      if (node.predicate->evaluate(*m_documents[segment.firstSlot() + doc]))
-                          SearchSlotSet::setBit(bits, doc);
-                  }
-                  return bits;
-              }
-              }
-              return SearchSlotSet::emptyBits(count);
-          };
-
+    const SearchQuery query(predicate, m_kinds);
+    const SearchQuery::Columns columns { m_documents.data(), m_fileDates.data(), m_kindIds.data() };
+    std::vector<SearchSlotSet::Bits> results(m_segments.size());
     // Large archives are searched on several threads, one segment each.
     const int threads = slotCount() >= 8192 ? m_threads : 1;
-    runParallel(int(m_segments.size()), threads, [&](int i) {
-        Cache cache;
-        results[size_t(i)] = evaluate(*m_segments[size_t(i)], compiled, cache, Within());
-    });
+    runParallel(int(m_segments.size()), threads,
+        [&](int i) { results[size_t(i)] = query.evaluate(*m_segments[size_t(i)], columns); });
 
     SlotSet hits(slotCount());
     std::vector<quint64>& words = hits.words();
@@ -430,7 +196,7 @@ SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
         const quint32 first = m_segments[i]->firstSlot();
         const quint32 shift = first & 63;
         const size_t base = first >> 6;
-        const Bits& local = results[i];
+        const SearchSlotSet::Bits& local = results[i];
         for (size_t w = 0; w < local.size(); ++w) {
             const quint64 value = local[w];
             if (!value)

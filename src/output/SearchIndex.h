@@ -90,9 +90,6 @@ public:
     Statistics statistics() const;
 
 private:
-    struct Compiled;
-
-    Compiled compile(const SearchPredicate& predicate) const;
     void appendSlot(const DocumentPtr& document);
     void indexTailIfFull();
 
