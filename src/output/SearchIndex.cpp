@@ -4,6 +4,7 @@
 #include "output/SearchQuery.h"
 #include "output/SearchSegment.h"
 
+#include <algorithm>
 #include <cmath>
 #include <system_error>
 #include <thread>

@@ -2,8 +2,8 @@
 
 #include <bit>
 
-SearchSlotSet::SearchSlotSet(quint32 size, bool filled)
-    : m_words(filled ? fullBits(size) : emptyBits(size))
+SearchSlotSet::SearchSlotSet(quint32 size)
+    : m_words(emptyBits(size))
     , m_size(size)
 {
 }
@@ -35,22 +35,10 @@ SearchSlotSet& SearchSlotSet::operator&=(const SearchSlotSet& other)
     return *this;
 }
 
-SearchSlotSet& SearchSlotSet::operator|=(const SearchSlotSet& other)
-{
-    for (size_t i = 0; i < m_words.size() && i < other.m_words.size(); ++i)
-        m_words[i] |= other.m_words[i];
-    return *this;
-}
-
 quint32 SearchSlotSet::count() const
 {
     quint32 total = 0;
     for (const quint64 word : m_words)
         total += quint32(std::popcount(word));
     return total;
-}
-
-bool SearchSlotSet::isEmpty() const
-{
-    return allZero(m_words);
 }

@@ -13,16 +13,15 @@ public:
     using Bits = std::vector<quint64>;
 
     SearchSlotSet() = default;
-    explicit SearchSlotSet(quint32 size, bool filled = false);
+    /// @p size slots, none in the set.
+    explicit SearchSlotSet(quint32 size);
     quint32 size() const { return m_size; }
     bool contains(quint32 slot) const { return slot < m_size && (m_words[slot >> 6] >> (slot & 63)) & 1; }
     void insert(quint32 slot) { m_words[slot >> 6] |= quint64(1) << (slot & 63); }
     void remove(quint32 slot) { m_words[slot >> 6] &= ~(quint64(1) << (slot & 63)); }
     void resize(quint32 size);
     SearchSlotSet& operator&=(const SearchSlotSet& other);
-    SearchSlotSet& operator|=(const SearchSlotSet& other);
     quint32 count() const;
-    bool isEmpty() const;
     Bits& words() { return m_words; }
     const Bits& words() const { return m_words; }
 
