@@ -1,6 +1,7 @@
 #pragma once
 
 #include "output/SearchPredicate.h"
+#include "output/SearchSlotSet.h"
 
 #include <QHash>
 #include <QLatin1StringView>
@@ -11,34 +12,22 @@
 #include <vector>
 
 class QuillarcDocument;
+class SearchSegment;
 using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// In-memory structure that answers the search filter over every document of
 /// an archive quickly enough to run on every keystroke, with exactly the
 /// semantics of SearchPredicate::evaluate().
 ///
-/// Documents get consecutive slots and are kept in segments. Each segment
-/// holds the folded text (TextFolding, UTF-8) of the eight searchable fields
-/// of its documents, each field ended by a NUL, and a token index: every
-/// distinct token (a maximal run of bytes that are not white space, so
-/// "12.03.2024" and "Rechnung," are tokens) in one vocabulary buffer, and for
-/// each token the documents holding it with a bit mask of the fields it
-/// occurs in.
-///
-/// A needle without white space can only occur inside one token, so its hits
-/// are exactly the postings of the tokens that contain it: the vocabulary (a
-/// few MB) is scanned instead of the text. The vocabulary is ordered by the
-/// byte groups its tokens hold (digits, five ranges of letters, non-ASCII,
-/// punctuation), and only tokens holding every group of the needle are
-/// scanned, so "rechnung" never looks at numbers and "2024" never at words.
-/// One- and two-byte needles (the first keystrokes, found in nearly every
-/// token) are answered from per-byte and per-pair document sets. A needle
-/// with white space (the phrase tested against the note, a tab) narrows the
-/// candidates through the tokens that contain each of its pieces and is then
-/// checked in the folded field text; a needle of white space alone scans the
-/// folded text. Within an AND, once few documents are left, the remaining
-/// needles are checked in those documents' text directly. Segments are
-/// searched in parallel.
+/// Documents get consecutive slots and are kept in segments (SearchSegment):
+/// the folded text of the eight searchable fields of their documents, a token
+/// vocabulary (TokenVocabulary) that answers needles without white space from
+/// the tokens containing them, and per-byte and per-pair document sets
+/// (ShortNeedleTables) for the one- and two-byte needles of the first
+/// keystrokes. A needle with white space narrows the candidates through its
+/// pieces and is then checked in the folded text. A predicate is prepared
+/// and evaluated per segment by SearchQuery; segments are searched in
+/// parallel.
 ///
 /// New documents go to a tail segment that is searched by scanning alone
 /// until it has tailCapacity documents; then it gets its token index. An
@@ -50,27 +39,7 @@ public:
     static constexpr quint32 tailCapacity = 4096;
 
     /// A set of slots, one bit each.
-    class SlotSet
-    {
-    public:
-        SlotSet() = default;
-        explicit SlotSet(quint32 size, bool filled = false);
-        quint32 size() const { return m_size; }
-        bool contains(quint32 slot) const { return slot < m_size && (m_words[slot >> 6] >> (slot & 63)) & 1; }
-        void insert(quint32 slot) { m_words[slot >> 6] |= quint64(1) << (slot & 63); }
-        void remove(quint32 slot) { m_words[slot >> 6] &= ~(quint64(1) << (slot & 63)); }
-        void resize(quint32 size);
-        SlotSet& operator&=(const SlotSet& other);
-        SlotSet& operator|=(const SlotSet& other);
-        quint32 count() const;
-        bool isEmpty() const;
-        std::vector<quint64>& words() { return m_words; }
-        const std::vector<quint64>& words() const { return m_words; }
-
-    private:
-        std::vector<quint64> m_words;
-        quint32 m_size = 0;
-    };
+    using SlotSet = SearchSlotSet;
 
     struct Statistics
     {
@@ -121,14 +90,10 @@ public:
     Statistics statistics() const;
 
 private:
-    struct Segment;
-    struct Compiled;
-
-    Compiled compile(const SearchPredicate& predicate) const;
     void appendSlot(const DocumentPtr& document);
     void indexTailIfFull();
 
-    std::vector<std::unique_ptr<Segment>> m_segments;
+    std::vector<std::unique_ptr<SearchSegment>> m_segments;
     std::vector<DocumentPtr> m_documents;
     std::vector<double> m_fileDates; ///< NaN for nil
     std::vector<qint32> m_kindIds; ///< -1 for nil
