@@ -9,6 +9,7 @@
 #include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
 
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -45,9 +46,9 @@ private:
         QDir(m_path).removeRecursively();
         ArchiveFixture fixture(m_path);
         const auto first = fixture.addGroup(QStringLiteral("A"));
-        m_firstMember = fixture.addDocument(first, QStringLiteral("Rechnung"), QByteArray("%PDF-1.4 invoice bytes")).get()->path();
-        fixture.addDocument(first, QStringLiteral("Vertrag"), QByteArray(100000, 'v'));
-        fixture.addDocument(fixture.addGroup(QStringLiteral("B")), QStringLiteral("Brief"), QByteArray("letter"));
+        m_firstMember = fixture.addDocument(first, "Rechnung", "%PDF-1.4 invoice bytes")->path();
+        fixture.addDocument(first, "Vertrag", QByteArray(100000, 'v'));
+        fixture.addDocument(fixture.addGroup("B"), "Brief", "letter");
         fixture.save();
         return ArchiveFixture::reopen(m_path);
     }
@@ -57,54 +58,55 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("damage");
         QTest::addColumn<QString>("logFormat"); // %M = the first member's path
-        QTest::newRow("intact") << "none" << "";
-        QTest::newRow("one changed byte") << "flip" << "CORRUPTED: %M\n\n";
-        QTest::newRow("deleted member") << "delete" << "MISSING  %M\n\n";
-        QTest::newRow("not an archive") << "replace" << "CORRUPTED  %M\n\n";
-        QTest::newRow("empty member") << "empty" << "CORRUPTED  %M\n\n";
-        QTest::newRow("truncated member") << "truncate" << "CORRUPTED  %M\n\n";
-        QTest::newRow("member is a folder") << "folder" << "CORRUPTED  %M\n\n";
-        QTest::newRow("archive without data") << "nodata" << "CORRUPTED: %M\n\n";
-        QTest::newRow("edited database") << "database" << "DATABASE";
+        QTest::newRow("intact")               << "none"     << "";
+        QTest::newRow("one changed byte")     << "flip"     << "CORRUPTED: %M\n\n";
+        QTest::newRow("deleted member")       << "delete"   << "MISSING  %M\n\n";
+        QTest::newRow("not an archive")       << "replace"  << "CORRUPTED  %M\n\n";
+        QTest::newRow("empty member")         << "empty"    << "CORRUPTED  %M\n\n";
+        QTest::newRow("truncated member")     << "truncate" << "CORRUPTED  %M\n\n";
+        QTest::newRow("member is a folder")   << "folder"   << "CORRUPTED  %M\n\n";
+        QTest::newRow("archive without data") << "nodata"   << "CORRUPTED: %M\n\n";
+        QTest::newRow("edited database")      << "database" << "DATABASE";
     }
     void damagedArchivesAreReportedExactly()
     {
         QFETCH(QString, damage);
         QFETCH(QString, logFormat);
-        auto archive = makeArchive("damaged");
+        makeArchive("damaged");
         const QString member = m_path + QLatin1Char('/') + m_firstMember;
-        QByteArray bytes = readFile(member);
-        if (damage == QLatin1String("flip")) {
-            const qsizetype at = bytes.indexOf("invoice");
-            bytes[at] = 'I';
-            writeFile(member, bytes);
-        } else if (damage == QLatin1String("delete")) {
-            QFile::remove(member);
-        } else if (damage == QLatin1String("replace")) {
-            writeFile(member, "%PDF-1.4 this is the original file, not an archived member");
-        } else if (damage == QLatin1String("empty")) {
-            writeFile(member, QByteArray());
-        } else if (damage == QLatin1String("truncate")) {
-            writeFile(member, bytes.left(bytes.size() / 2));
-        } else if (damage == QLatin1String("folder")) {
-            QFile::remove(member);
-            QDir().mkpath(member);
-        } else if (damage == QLatin1String("nodata")) {
-            writeFile(member, KeyedArchiver::archivedDataWithRootObject(
-                Value::dictionary({ { QStringLiteral("quickLook"), Value::data("png") } }, false)));
-        } else if (damage == QLatin1String("database")) {
+        const QString databasePath = m_path + QStringLiteral("/Quillarc.qldb");
+        const QByteArray bytes = readFile(member);
+        if (damage == QLatin1String("flip"))
+            QVERIFY(writeFile(member, QByteArray(bytes).replace("invoice", "Invoice")));
+        else if (damage == QLatin1String("delete"))
+            QVERIFY(QFile::remove(member));
+        else if (damage == QLatin1String("replace"))
+            QVERIFY(writeFile(member, "%PDF-1.4 this is the original file, not an archived member"));
+        else if (damage == QLatin1String("empty"))
+            QVERIFY(writeFile(member, QByteArray()));
+        else if (damage == QLatin1String("truncate"))
+            QVERIFY(writeFile(member, bytes.left(bytes.size() / 2)));
+        else if (damage == QLatin1String("folder"))
+            QVERIFY(QFile::remove(member) && QDir().mkpath(member));
+        else if (damage == QLatin1String("nodata"))
+            QVERIFY(writeFile(member, KeyedArchiver::archivedDataWithRootObject(
+                Value::dictionary({ { QStringLiteral("quickLook"), Value::data("png") } }, false))));
+        if (damage == QLatin1String("database")) {
             // Changed outside the archive: another title inside "companyData", fingerprint left as it was.
-            Value database = KeyedUnarchiver::unarchiveObjectWithData(readFile(m_path + QStringLiteral("/Quillarc.qldb")));
+            Value database = KeyedUnarchiver::unarchiveObjectWithData(readFile(databasePath));
             ValueMap& entries = database.mutableDictionary();
-            Value company = KeyedUnarchiver::unarchiveObjectWithData(entries.value(QStringLiteral("companyData")).toData());
-            company.toDictionary().value(QStringLiteral("container")).toObject()->setField(QuillarcContainer::ContainerTitle,
-                Value::string(QStringLiteral("forged")));
-            entries.insert(QStringLiteral("companyData"), Value::data(KeyedArchiver::archivedDataWithRootObject(company)));
-            writeFile(m_path + QStringLiteral("/Quillarc.qldb"), KeyedArchiver::archivedDataWithRootObject(database));
-            QFile::remove(m_path + QLatin1Char('/') + m_firstMember); // not reported: the database failure stands alone
+            Value company = KeyedUnarchiver::unarchiveObjectWithData(entries.value("companyData").toData());
+            company.toDictionary().value("container").toObject()->setField(
+                QuillarcContainer::ContainerTitle, Value::string("forged"));
+            entries.insert("companyData", Value::data(KeyedArchiver::archivedDataWithRootObject(company)));
+            QVERIFY(writeFile(databasePath, KeyedArchiver::archivedDataWithRootObject(database)));
+            QVERIFY(QFile::remove(member)); // not reported: the database failure stands alone
         }
-        archive = ArchiveFixture::reopen(m_path);
-        QFile::remove(IntegrityValidator::integrityLogPath());
+        const auto archive = ArchiveFixture::reopen(m_path);
+        // Only what was read at opening counts, not objects changed since.
+        archive->container()->setValue(QuillarcContainer::ContainerTitle, Value::string("edited in memory"));
+        // A success leaves an earlier log in place; a failure replaces it.
+        QVERIFY(writeFile(IntegrityValidator::integrityLogPath(), "an earlier failure"));
 
         IntegrityValidator validator(archive.get());
         const bool intact = validate(*archive, validator);
@@ -112,18 +114,15 @@ private Q_SLOTS:
         QVERIFY(!validator.isValidating());
         QCOMPARE(validator.isDataInteger(), intact);
         QCOMPARE(archive->integrityString(), validator.integrityString());
-        if (intact) {
-            QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_VALID"));
-            QVERIFY(!QFile::exists(IntegrityValidator::integrityLogPath()));
-            return;
-        }
         QString expected = logFormat;
-        expected.replace(QStringLiteral("%M"), m_firstMember)
-            .replace(QStringLiteral("CORRUPTED"), text("INTEGRITY_LOG_CORRUPTED_FAIL"))
-            .replace(QStringLiteral("MISSING"), text("INTEGRITY_LOG_MISSING_FAIL"))
-            .replace(QStringLiteral("DATABASE"), text("INTEGRITY_LOG_DATABASE_FAIL"));
-        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_CORRUPT"));
-        QCOMPARE(QString::fromUtf8(readFile(IntegrityValidator::integrityLogPath())), expected);
+        expected.replace("%M", m_firstMember)
+            .replace("CORRUPTED", text("INTEGRITY_LOG_CORRUPTED_FAIL"))
+            .replace("MISSING", text("INTEGRITY_LOG_MISSING_FAIL"))
+            .replace("DATABASE", text("INTEGRITY_LOG_DATABASE_FAIL"));
+        QCOMPARE(validator.integrityString(),
+            text(intact ? "INTEGRITY_STRING_DATABASE_VALID" : "INTEGRITY_STRING_DATABASE_CORRUPT"));
+        QCOMPARE(QString::fromUtf8(readFile(IntegrityValidator::integrityLogPath())),
+            intact ? "an earlier failure" : expected);
     }
 
     void everyFailureIsListedInDocumentOrder()
@@ -132,11 +131,19 @@ private Q_SLOTS:
         const auto documents = archive->allDocuments();
         QFile::remove(m_path + QLatin1Char('/') + documents[2]->path());
         writeFile(m_path + QLatin1Char('/') + documents[0]->path(), "junk");
+        // A log file that cannot be written is only reported as a warning; the findings stand.
+        const QString folder = m_home.documentsPath();
+        QDir(folder).removeRecursively();
+        writeFile(folder, "a file where the folder should be");
+        const auto restore = qScopeGuard([&] { QFile::remove(folder) && QDir().mkpath(folder); });
         IntegrityValidator validator(archive.get());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Integrity Log Error: ")));
         QVERIFY(!validate(*archive, validator));
+        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_CORRUPT"));
         QCOMPARE(validator.logText(),
             QStringLiteral("%1  %2\n\n%3  %4\n\n")
-                .arg(text("INTEGRITY_LOG_CORRUPTED_FAIL"), documents[0]->path(), text("INTEGRITY_LOG_MISSING_FAIL"), documents[2]->path()));
+                .arg(text("INTEGRITY_LOG_CORRUPTED_FAIL"), documents[0]->path(), text("INTEGRITY_LOG_MISSING_FAIL"),
+                    documents[2]->path()));
         QVERIFY(documents[0]->isFileCorrupted());
         QVERIFY(!documents[1]->isFileCorrupted());
         QVERIFY(documents[2]->isFileCorrupted());
@@ -147,29 +154,20 @@ private Q_SLOTS:
         auto archive = makeArchive("escape");
         writeFile(m_home.path() + QStringLiteral("/outside"), readFile(m_path + QLatin1Char('/') + m_firstMember));
         const auto document = archive->allDocuments().first();
-        document->setField(QuillarcDocument::Path, Value::string(QStringLiteral("../outside")));
+        document->setField(QuillarcDocument::Path, Value::string("../outside"));
         QVERIFY(document->isFileCorrupted());
-        QCOMPARE(IntegrityValidator::checkMember(m_path, QStringLiteral("../outside"), document->string(), archive->string()),
+        const QString fingerprint = document->string();
+        QCOMPARE(IntegrityValidator::checkMember(m_path, "../outside", fingerprint, archive->string()),
             IntegrityValidator::MemberState::Missing);
-        QCOMPARE(IntegrityValidator::checkMember(m_path, QString(""), document->string(), archive->string()),
+        QCOMPARE(IntegrityValidator::checkMember(m_path, "", fingerprint, archive->string()),
             IntegrityValidator::MemberState::Undecodable);
     }
 
-    void anEmptyArchiveIsIntactAndAnOldLogSurvives()
+    void anEmptyArchiveIsIntact()
     {
         const QString path = m_home.path() + QStringLiteral("/empty.quillarc");
         { ArchiveFixture fixture(path); }
-        writeFile(IntegrityValidator::integrityLogPath(), "an earlier failure");
         auto archive = ArchiveFixture::reopen(path);
-        IntegrityValidator validator(archive.get());
-        QVERIFY(validate(*archive, validator));
-        QCOMPARE(readFile(IntegrityValidator::integrityLogPath()), QByteArray("an earlier failure"));
-    }
-
-    void objectsChangedSinceOpeningDoNotMatter()
-    {
-        auto archive = makeArchive("changed");
-        archive->container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("edited in memory")));
         IntegrityValidator validator(archive.get());
         QVERIFY(validate(*archive, validator));
     }
@@ -188,37 +186,6 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(validator.integrityString(), text("INTEGRITY_STRING_NEW"), 1000);
         QCOMPARE(archive.integrityString(), text("INTEGRITY_STRING_NEW"));
         QCOMPARE(finished.count(), 0);
-    }
-
-    void anUnwritableLogIsOnlyLogged()
-    {
-        auto archive = makeArchive("unwritable");
-        QFile::remove(m_path + QLatin1Char('/') + m_firstMember);
-        const QString documents = m_home.documentsPath();
-        QDir(documents).removeRecursively();
-        writeFile(documents, "a file where the folder should be");
-        IntegrityValidator validator(archive.get());
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Integrity Log Error: ")));
-        QVERIFY(!validate(*archive, validator));
-        QCOMPARE(validator.integrityString(), text("INTEGRITY_STRING_DATABASE_CORRUPT"));
-        QFile::remove(documents);
-        QDir().mkpath(documents);
-    }
-
-    void theCommandLineReportsAndExits()
-    {
-        auto archive = makeArchive("cli");
-        CliRun run = runCli({ QStringLiteral("validate"), m_path });
-        QCOMPARE(run.exitCode, 0);
-        QCOMPARE(QString::fromUtf8(run.out), text("INTEGRITY_STRING_DATABASE_VALID") + QLatin1Char('\n'));
-
-        QFile::remove(m_path + QLatin1Char('/') + m_firstMember);
-        run = runCli({ QStringLiteral("validate"), m_path });
-        QCOMPARE(run.exitCode, 1);
-        QCOMPARE(QString::fromUtf8(run.out), text("INTEGRITY_STRING_DATABASE_CORRUPT") + QLatin1Char('\n')
-                + QStringLiteral("%1  %2\n\n").arg(text("INTEGRITY_LOG_MISSING_FAIL"), m_firstMember));
-
-        QCOMPARE(runCli({ QStringLiteral("validate"), m_home.path() + QStringLiteral("/nothing.quillarc") }).exitCode, 2);
     }
 };
 
