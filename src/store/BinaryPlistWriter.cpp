@@ -115,9 +115,9 @@ BinaryPlistWriter::Ref BinaryPlistWriter::addDate(double secondsSince2001)
     return addNode(Type::Date, bits);
 }
 
-BinaryPlistWriter::Ref BinaryPlistWriter::addString(const QString& text)
+BinaryPlistWriter::Ref BinaryPlistWriter::addString(const QString& text, bool shareText)
 {
-    const bool share = text.size() <= maxSharedStringLength;
+    const bool share = shareText && text.size() <= maxSharedStringLength;
     if (share) {
         const auto it = m_sharedStrings.constFind(text);
         if (it != m_sharedStrings.constEnd())

@@ -22,7 +22,8 @@ public:
     Ref addInteger(qint64 value);
     Ref addReal(double value, bool is32Bit);
     Ref addDate(double secondsSince2001);
-    Ref addString(const QString& text);
+    /// Short texts are shared unless the caller has shared them already.
+    Ref addString(const QString& text, bool share = true);
     Ref addData(const QByteArray& bytes);
     Ref addUid(quint64 uid);
     Ref addArray(const std::vector<Ref>& items);

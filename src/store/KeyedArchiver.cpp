@@ -18,6 +18,10 @@ QByteArray KeyedArchiver::archivedDataWithRootObject(const Value& root)
 {
     KeyedArchiver archiver;
     archiver.m_objects.push_back(archiver.m_writer.addString(QStringLiteral("$null")));
+    archiver.m_classKey = archiver.m_writer.addString(QStringLiteral("$class"));
+    archiver.m_timeKey = archiver.m_writer.addString(QStringLiteral("NS.time"));
+    archiver.m_keysKey = archiver.m_writer.addString(QStringLiteral("NS.keys"));
+    archiver.m_objectsKey = archiver.m_writer.addString(QStringLiteral("NS.objects"));
     const quint64 rootUid = archiver.encode(root);
     return archiver.finish(rootUid);
 }
@@ -53,7 +57,7 @@ void KeyedArchiver::finishRecord(quint64 uid, std::vector<Ref>& keys, std::vecto
     const QString& className, const QStringList& chain)
 {
     // The class description follows the record's children, and only once per class.
-    keys.push_back(m_writer.addString(QStringLiteral("$class")));
+    keys.push_back(m_classKey);
     values.push_back(m_writer.addUid(classUid(className, chain)));
     m_writer.setDictionary(m_objects[size_t(uid)], keys, values);
 }
@@ -83,7 +87,7 @@ quint64 KeyedArchiver::encode(const Value& value)
             if (it != m_stringUids.constEnd())
                 return it.value();
         }
-        const quint64 uid = appendSlot(m_writer.addString(text));
+        const quint64 uid = appendSlot(m_writer.addString(text, false)); // shared here already
         if (share)
             m_stringUids.insert(text, uid);
         return uid;
@@ -124,7 +128,7 @@ quint64 KeyedArchiver::encode(const Value& value)
         return appendSlot(m_writer.addData(value.toData()));
     case Value::Kind::Date: {
         const quint64 uid = reserveSlot();
-        std::vector<Ref> keys { m_writer.addString(QStringLiteral("NS.time")) };
+        std::vector<Ref> keys { m_timeKey };
         std::vector<Ref> values { m_writer.addReal(value.toDate(), false) };
         finishRecord(uid, keys, values, QStringLiteral("NSDate"), { QStringLiteral("NSDate"), QStringLiteral("NSObject") });
         return uid;
@@ -136,7 +140,7 @@ quint64 KeyedArchiver::encode(const Value& value)
         items.reserve(size_t(list.size()));
         for (const Value& item : list)
             items.push_back(m_writer.addUid(encode(item)));
-        std::vector<Ref> keys { m_writer.addString(QStringLiteral("NS.objects")) };
+        std::vector<Ref> keys { m_objectsKey };
         std::vector<Ref> values { m_writer.addArray(items) };
         finishContainerRecord(uid, keys, values, QStringLiteral("NSArray"), value.isMutableContainer());
         return uid;
@@ -150,7 +154,7 @@ quint64 KeyedArchiver::encode(const Value& value)
             keyUids.push_back(m_writer.addUid(encode(Value::string(it.key()))));
         for (auto it = map.constBegin(); it != map.constEnd(); ++it)
             valueUids.push_back(m_writer.addUid(encode(it.value())));
-        std::vector<Ref> keys { m_writer.addString(QStringLiteral("NS.keys")), m_writer.addString(QStringLiteral("NS.objects")) };
+        std::vector<Ref> keys { m_keysKey, m_objectsKey };
         std::vector<Ref> values { m_writer.addArray(keyUids), m_writer.addArray(valueUids) };
         finishContainerRecord(uid, keys, values, QStringLiteral("NSDictionary"), value.isMutableContainer());
         return uid;

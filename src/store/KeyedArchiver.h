@@ -30,6 +30,11 @@ private:
     QByteArray finish(quint64 rootUid);
 
     BinaryPlistWriter m_writer;
+    // Keys every record repeats, added once.
+    Ref m_classKey = 0;
+    Ref m_timeKey = 0;
+    Ref m_keysKey = 0;
+    Ref m_objectsKey = 0;
     std::vector<Ref> m_objects;
     const std::vector<Ref>& fieldKeys(const class ClassInfo& info);
 
