@@ -106,9 +106,9 @@ int runPrefs(const QStringList& arguments)
     const PreferencesPtr preferences = archive->preferences();
     if (index < 0) {
         QString text;
-        for (const FieldSpec& spec : info.fields())
+        for (const FieldInfo& field : info.fields())
             text += QStringLiteral("%1 = %2\n")
-                        .arg(QString(spec.key), valueText(preferences->field(info.indexOf(QString(spec.key)))));
+                        .arg(QString(field.key), valueText(preferences->field(info.indexOf(QString(field.key)))));
         cliOut(text);
         return ExitOk;
     }

@@ -4,7 +4,7 @@
 
 #include <QUuid>
 
-ClassInfo::ClassInfo(const char* className, std::vector<FieldSpec> fields, ObjectPtr (*factory)())
+ClassInfo::ClassInfo(const char* className, std::vector<FieldInfo> fields, ObjectPtr (*factory)())
     : m_className(QString::fromLatin1(className))
     , m_fields(std::move(fields))
     , m_factory(factory)
@@ -70,7 +70,7 @@ void QuillarcDatabaseObject::applyDefaults()
 {
     const auto& fields = m_classInfo.fields();
     for (size_t i = 0; i < fields.size(); ++i) {
-        const FieldSpec& field = fields[i];
+        const FieldInfo& field = fields[i];
         Value& value = m_values[i];
         switch (field.defaultKind) {
         case FieldDefault::Nil:

@@ -14,18 +14,18 @@ enum class FieldDefault : quint8 {
     NewUniqueID,     ///< a new UUID in text form
     Now,             ///< the current moment
     EmptyString,
-    LocalizedString, ///< the localized text of FieldSpec::text
+    LocalizedString, ///< the localized text of FieldInfo::text
     EmptyArray,
     EmptyDictionary,
-    Integer,         ///< FieldSpec::number as an integer
-    Real,            ///< FieldSpec::number as a 64-bit real
-    Flag,            ///< FieldSpec::number != 0
+    Integer,         ///< FieldInfo::number as an integer
+    Real,            ///< FieldInfo::number as a 64-bit real
+    Flag,            ///< FieldInfo::number != 0
 };
 
 /// One row of a persisted class's field table: coding key, the kind of value
 /// the field holds, and its default. Coding, defaults and key-value access all
 /// run off these tables, in row order.
-struct FieldSpec
+struct FieldInfo
 {
     QLatin1StringView key;
     Value::Kind kind;
@@ -40,10 +40,10 @@ class QuillarcDatabaseObject;
 class ClassInfo
 {
 public:
-    ClassInfo(const char* className, std::vector<FieldSpec> fields, ObjectPtr (*factory)());
+    ClassInfo(const char* className, std::vector<FieldInfo> fields, ObjectPtr (*factory)());
 
     QString className() const { return m_className; }
-    const std::vector<FieldSpec>& fields() const { return m_fields; }
+    const std::vector<FieldInfo>& fields() const { return m_fields; }
     /// Index of the field with this coding key, or -1.
     int indexOf(const QString& key) const { return m_index.value(key, -1); }
     /// A new object of the class with every field nil (for decoding).
@@ -57,7 +57,7 @@ public:
 
 private:
     QString m_className;
-    std::vector<FieldSpec> m_fields;
+    std::vector<FieldInfo> m_fields;
     QHash<QString, int> m_index;
     ObjectPtr (*m_factory)();
 };

@@ -189,7 +189,7 @@ const std::vector<BinaryPlistWriter::Ref>& KeyedArchiver::fieldKeys(const ClassI
     auto it = m_fieldKeys.find(&info);
     if (it == m_fieldKeys.end()) {
         std::vector<Ref> refs;
-        for (const FieldSpec& field : info.fields())
+        for (const FieldInfo& field : info.fields())
             refs.push_back(m_writer.addString(escapedKey(QString(field.key))));
         it = m_fieldKeys.insert(&info, refs);
     }
