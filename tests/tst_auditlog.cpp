@@ -9,11 +9,6 @@
 #include <ctime>
 
 namespace {
-QString text(const char* key)
-{
-    return localizedString(QString::fromLatin1(key));
-}
-
 QDateTime berlin(int year, int month, int day, int hour, int minute)
 {
     return QDateTime(QDate(year, month, day), QTime(hour, minute));

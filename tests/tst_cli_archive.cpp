@@ -8,13 +8,6 @@
 
 #include <QTest>
 
-namespace {
-QString text(const char* key)
-{
-    return localizedString(QString::fromLatin1(key));
-}
-} // namespace
-
 class TestCliArchive : public QObject
 {
     Q_OBJECT

@@ -1,4 +1,5 @@
 #include "ArchiveFixture.h"
+#include "PdfPages.h"
 #include "TestSupport.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
@@ -18,35 +19,12 @@
 #include <poppler-qt6.h>
 
 namespace {
-QString text(const char* key)
-{
-    return localizedString(QString::fromLatin1(key));
-}
-
 QString copyName(const QString& rest)
 {
     return QStringLiteral("(%1) %2").arg(text("FILE_COPY_LABEL"), rest);
 }
 
-QStringList pageTexts(const QByteArray& pdf, QList<QSizeF>* sizes = nullptr)
-{
-    QStringList texts;
-    std::unique_ptr<Poppler::Document> document = Poppler::Document::loadFromData(pdf);
-    for (int i = 0; document && i < document->numPages(); ++i) {
-        std::unique_ptr<Poppler::Page> page = document->page(i);
-        texts << page->text(QRectF()).normalized(QString::NormalizationForm_KC);
-        if (sizes)
-            *sizes << page->pageSizeF();
-    }
-    return texts;
-}
 
-/// Text without any white space: lines wrapped by the layout still compare.
-QString squeezed(const QString& value)
-{
-    static const QRegularExpression space(QStringLiteral("\\s+"));
-    return value.normalized(QString::NormalizationForm_KC).remove(space);
-}
 
 struct Record
 {

@@ -14,11 +14,6 @@
 #include <QTest>
 
 namespace {
-QString text(const char* key)
-{
-    return localizedString(QString::fromLatin1(key));
-}
-
 /// Runs a validation the way the information popover does and waits for it.
 bool validate(Document& archive, IntegrityValidator& validator)
 {

@@ -1,4 +1,5 @@
 #include "ArchiveFixture.h"
+#include "PdfPages.h"
 #include "TestSupport.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
@@ -12,30 +13,6 @@
 #include <poppler-qt6.h>
 
 namespace {
-QString text(const char* key)
-{
-    return localizedString(QString::fromLatin1(key));
-}
-
-QStringList pageTexts(const QByteArray& pdf, QList<QSizeF>* sizes = nullptr)
-{
-    QStringList texts;
-    std::unique_ptr<Poppler::Document> document = Poppler::Document::loadFromData(pdf);
-    for (int i = 0; document && i < document->numPages(); ++i) {
-        std::unique_ptr<Poppler::Page> page = document->page(i);
-        texts << page->text(QRectF()).normalized(QString::NormalizationForm_KC);
-        if (sizes)
-            *sizes << page->pageSizeF();
-    }
-    return texts;
-}
-
-QString squeezed(const QString& value)
-{
-    static const QRegularExpression space(QStringLiteral("\\s+"));
-    return value.normalized(QString::NormalizationForm_KC).remove(space);
-}
-
 /// The valid and corrupted marks in the order they appear.
 QString marks(QString pages)
 {

@@ -1,5 +1,7 @@
 #include "TestSupport.h"
 
+#include "text/KVLocalizationDictionary.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -68,4 +70,9 @@ bool supportsExtendedAttributes(const QString& folder)
     const bool supported = setxattr(name.constData(), "user.quillarc.probe", "1", 1, 0) == 0;
     QFile::remove(probe);
     return supported;
+}
+
+QString text(const char* key)
+{
+    return localizedString(QString::fromLatin1(key));
 }

@@ -37,6 +37,9 @@ CliRun runCli(const QStringList& arguments, const QByteArray& input = {});
 /// every file system a test may run on can; tests that need them skip).
 bool supportsExtendedAttributes(const QString& folder);
 
+/// The localized text of a key, as the code under test shows it.
+QString text(const char* key);
+
 /// Writes bytes to a file, creating its folder; returns false on failure.
 bool writeFile(const QString& path, const QByteArray& bytes);
 QByteArray readFile(const QString& path);
