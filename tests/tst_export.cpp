@@ -41,12 +41,7 @@ class TestExport : public QObject
 
 private:
     TemporaryHome m_home;
-    int m_counter = 0;
-
-    QString freshPath(const QString& stem)
-    {
-        return QStringLiteral("%1/%2-%3").arg(m_home.path(), stem).arg(++m_counter);
-    }
+    QString freshPath(const QString& stem) { return m_home.freshPath(stem); }
 
     /// Saves an archive titled "Records 2026" with the records as intake leaves them (a file date a day apart,
     /// comment and tags; groups made in order of first mention) and reopens it.

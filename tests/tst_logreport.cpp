@@ -42,12 +42,7 @@ class TestLogReport : public QObject
 
 private:
     TemporaryHome m_home;
-    int m_counter = 0;
-
-    QString freshPath(const QString& stem)
-    {
-        return QStringLiteral("%1/%2-%3").arg(m_home.path(), stem).arg(++m_counter);
-    }
+    QString freshPath(const QString& stem) { return m_home.freshPath(stem); }
 
     /// A saved archive titled "Records 2026" whose fixture the caller fills; reopened.
     std::unique_ptr<Document> makeArchive(const std::function<void(ArchiveFixture&)>& fill, QString* package = nullptr)

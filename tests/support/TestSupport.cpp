@@ -32,6 +32,11 @@ QString TemporaryHome::documentsPath() const
     return m_dir.path() + QStringLiteral("/Documents");
 }
 
+QString TemporaryHome::freshPath(const QString& stem)
+{
+    return QStringLiteral("%1/%2-%3").arg(m_dir.path(), stem).arg(++m_counter);
+}
+
 CliRun runCli(const QStringList& arguments, const QByteArray& input)
 {
     CliRun run;

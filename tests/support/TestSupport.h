@@ -15,10 +15,13 @@ public:
     ~TemporaryHome();
     QString path() const { return m_dir.path(); }
     QString documentsPath() const;
+    /// A new, unused path "HOME/stem-N" for each call.
+    QString freshPath(const QString& stem);
 
 private:
     QTemporaryDir m_dir;
     QByteArray m_oldHome;
+    int m_counter = 0;
 };
 
 /// Result of one run of quillarc-cli.
