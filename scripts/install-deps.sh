@@ -6,10 +6,10 @@ set -euo pipefail
 PACKAGES=(
   # build
   build-essential cmake ninja-build pkg-config
-  qt6-base-dev qt6-base-dev-tools libgl-dev
+  qt6-base-dev qt6-base-dev-tools libgl-dev qt6-svg-dev
   # engine libraries
   libpoppler-qt6-dev
-  libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu
+  libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu tesseract-ocr-osd
   libzip-dev libuchardet-dev libheif-dev libsane-dev
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering

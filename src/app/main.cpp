@@ -1,14 +1,16 @@
+#include "app/core/AppInfo.h"
+
 #include <QApplication>
 #include <QMainWindow>
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Tessary"));
-    QApplication::setApplicationName(QStringLiteral("Quillarc"));
+    QApplication::setOrganizationName(AppInfo::organizationName());
+    QApplication::setApplicationName(AppInfo::applicationName());
 
     QMainWindow window;
-    window.setWindowTitle(QStringLiteral("Quillarc"));
+    window.setWindowTitle(AppInfo::applicationName());
     window.resize(1024, 680);
     window.show();
     return app.exec();
