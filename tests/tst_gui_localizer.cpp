@@ -38,7 +38,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("tab");
         QTest::addColumn<QString>("action");
-        QTest::newRow("de") << "de" << "Fortfahren…" << "Warnung!" << "Neues Archiv";
+        QTest::newRow("de") << "de" << "Fortfahren…" << "Achtung!" << "Neues Archiv";
         QTest::newRow("en") << "en" << "Continue…" << "Warning!" << "New Archive";
     }
 
