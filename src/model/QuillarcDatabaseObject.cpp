@@ -20,7 +20,7 @@ QStringList ClassInfo::classChain() const
 
 QuillarcDatabaseObject::QuillarcDatabaseObject(const ClassInfo& classInfo)
     : m_classInfo(classInfo)
-    , m_values(classInfo.fields().size())
+    , m_values(std::make_shared<FieldValues>(classInfo.fields().size()))
 {
 }
 
@@ -39,7 +39,7 @@ void QuillarcDatabaseObject::valuesChanged()
 Value QuillarcDatabaseObject::valueForKey(const QString& key) const
 {
     const int index = m_classInfo.indexOf(key);
-    return index < 0 ? Value() : m_values[size_t(index)];
+    return index < 0 ? Value() : field(index);
 }
 
 void QuillarcDatabaseObject::setValue(const QString& key, const Value& value)
@@ -51,7 +51,7 @@ void QuillarcDatabaseObject::setValue(const QString& key, const Value& value)
 
 void QuillarcDatabaseObject::setValue(int index, const Value& value)
 {
-    m_values[size_t(index)] = value;
+    setField(index, value);
     valuesChanged();
 }
 
@@ -69,9 +69,10 @@ void QuillarcDatabaseObject::setValueForKeyPath(const QString& keyPath, const Va
 void QuillarcDatabaseObject::applyDefaults()
 {
     const auto& fields = m_classInfo.fields();
+    FieldValues& values = detach();
     for (size_t i = 0; i < fields.size(); ++i) {
         const FieldInfo& field = fields[i];
-        Value& value = m_values[i];
+        Value& value = values[i];
         switch (field.defaultKind) {
         case FieldDefault::Nil:
             value = Value();

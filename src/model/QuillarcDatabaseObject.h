@@ -36,6 +36,9 @@ struct FieldInfo
 
 class QuillarcDatabaseObject;
 
+/// The field values of one object, in its class's table order.
+using FieldValues = std::vector<Value>;
+
 /// Everything the store needs to know about one persisted class.
 class ClassInfo
 {
@@ -68,6 +71,11 @@ private:
 /// Every change made through setValue() assigns and then calls
 /// valuesChanged(), which climbs the parent chain one level per event-loop
 /// turn up to the archive, which marks itself edited.
+///
+/// The values are shared until changed: sharedFields() hands out the values
+/// as they are now for nothing, and the next change copies them first, so a
+/// save can encode a consistent picture of the archive on another thread
+/// while the window goes on editing.
 class QuillarcDatabaseObject : public ChangeNode, public std::enable_shared_from_this<QuillarcDatabaseObject>
 {
 public:
@@ -76,8 +84,8 @@ public:
 
     const ClassInfo& classInfo() const { return m_classInfo; }
 
-    QString databaseObjectUniqueID() const { return m_values[0].toString(); }
-    ReferenceTime databaseObjectCreationDate() const { return m_values[1].toDate(); }
+    QString databaseObjectUniqueID() const { return field(0).toString(); }
+    ReferenceTime databaseObjectCreationDate() const { return field(1).toDate(); }
 
     /// The open archive, asked of the parent; nullptr until parents are set.
     Document* document() const override;
@@ -99,9 +107,11 @@ public:
 
     /// Raw field access by table index, without change reporting (decoding,
     /// building objects that are not in an archive yet).
-    const Value& field(int index) const { return m_values[size_t(index)]; }
-    void setField(int index, const Value& value) { m_values[size_t(index)] = value; }
-    Value& mutableField(int index) { return m_values[size_t(index)]; }
+    const Value& field(int index) const { return (*m_values)[size_t(index)]; }
+    void setField(int index, const Value& value) { detach()[size_t(index)] = value; }
+    Value& mutableField(int index) { return detach()[size_t(index)]; }
+    /// Every field as it is now; later changes leave the returned values alone.
+    std::shared_ptr<const FieldValues> sharedFields() const { return m_values; }
     /// Assigns by index and reports the change.
     void setValue(int index, const Value& value);
 
@@ -119,7 +129,15 @@ protected:
     }
 
 private:
+    /// The values for changing: copied first while a snapshot shares them.
+    FieldValues& detach()
+    {
+        if (m_values.use_count() > 1)
+            m_values = std::make_shared<FieldValues>(*m_values);
+        return *m_values;
+    }
+
     const ClassInfo& m_classInfo;
-    std::vector<Value> m_values;
+    std::shared_ptr<FieldValues> m_values;
     ChangeNode* m_parent = nullptr;
 };

@@ -14,9 +14,10 @@ QString escapedKey(const QString& key)
 }
 } // namespace
 
-QByteArray KeyedArchiver::archivedDataWithRootObject(const Value& root)
+QByteArray KeyedArchiver::archivedDataWithRootObject(const Value& root, const FieldSource* fields)
 {
     KeyedArchiver archiver;
+    archiver.m_fields = fields;
     archiver.m_objects.push_back(archiver.m_writer.addString(QStringLiteral("$null")));
     archiver.m_classKey = archiver.m_writer.addString(QStringLiteral("$class"));
     archiver.m_timeKey = archiver.m_writer.addString(QStringLiteral("NS.time"));
@@ -173,9 +174,11 @@ quint64 KeyedArchiver::encode(const Value& value)
         keys.reserve(fields.size() + 1);
         values.reserve(fields.size() + 1);
         const std::vector<Ref>& fieldKeyRefs = fieldKeys(info);
+        const std::shared_ptr<const FieldValues> own = m_fields ? nullptr : object->sharedFields();
+        const FieldValues& fieldValues = m_fields ? m_fields->fieldsOf(*object) : *own;
         for (size_t i = 0; i < fields.size(); ++i) {
             keys.push_back(fieldKeyRefs[i]);
-            values.push_back(m_writer.addUid(encode(object->field(int(i)))));
+            values.push_back(m_writer.addUid(encode(fieldValues[i])));
         }
         finishRecord(uid, keys, values, info.className(), info.classChain());
         return uid;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Value.h"
+#include "model/QuillarcDatabaseObject.h"
 #include "store/BinaryPlistWriter.h"
 
 #include <QHash>
@@ -14,7 +14,17 @@
 class KeyedArchiver
 {
 public:
-    static QByteArray archivedDataWithRootObject(const Value& root);
+    /// Where the fields of an archive object are read: a snapshot taken
+    /// earlier, so that encoding on another thread sees one consistent state.
+    class FieldSource
+    {
+    public:
+        virtual ~FieldSource() = default;
+        virtual const FieldValues& fieldsOf(const QuillarcDatabaseObject& object) const = 0;
+    };
+
+    /// Objects' fields are read from @p fields when given, else from the objects.
+    static QByteArray archivedDataWithRootObject(const Value& root, const FieldSource* fields = nullptr);
 
 private:
     using Ref = BinaryPlistWriter::Ref;
@@ -29,6 +39,7 @@ private:
         bool isMutable);
     QByteArray finish(quint64 rootUid);
 
+    const FieldSource* m_fields = nullptr;
     BinaryPlistWriter m_writer;
     // Keys every record repeats, added once.
     Ref m_classKey = 0;
