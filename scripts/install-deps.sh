@@ -14,6 +14,8 @@ PACKAGES=(
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
   shared-mime-info fonts-dejavu-core fonts-wqy-microhei
+  # the archive window's typeface
+  fonts-inter
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
 )
