@@ -18,6 +18,8 @@ PACKAGES=(
   fonts-inter
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
+  # a private session bus for the theme's desktop-portal test
+  dbus-daemon
 )
 
 missing=()

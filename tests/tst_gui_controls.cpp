@@ -22,16 +22,22 @@
 #include <QAccessible>
 #include <QAccessibleValueInterface>
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusVariant>
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QStyle>
+#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QtTest>
+#include <csignal>
+#include <sys/prctl.h>
 
 namespace {
 
@@ -143,6 +149,23 @@ protected:
     void paintEvent(QPaintEvent*) override { ++paints; }
 };
 
+/// The desktop portal's settings interface as far as the colour scheme goes.
+/// Lives on a thread of its own: the theme reads it with a blocking call.
+class FakePortal : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public Q_SLOTS:
+    QDBusVariant Read(const QString& group, const QString& key)
+    {
+        // The portal wraps the setting's variant in a second one.
+        const uint value
+            = group == QLatin1String("org.freedesktop.appearance") && key == QLatin1String("color-scheme") ? 1u : 0u;
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(QVariant(value))));
+    }
+};
+
 } // namespace
 
 class TestGuiControls : public QObject
@@ -150,7 +173,20 @@ class TestGuiControls : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { ThemeManager::instance()->setForcedScheme(ThemeManager::Light); }
+    void initTestCase()
+    {
+        startPortal();
+        ThemeManager::instance()->setForcedScheme(ThemeManager::Light);
+    }
+
+    void cleanupTestCase()
+    {
+        QDBusConnection::disconnectFromBus(QStringLiteral("fake-portal"));
+        m_portalThread.quit();
+        m_portalThread.wait();
+        m_bus.kill();
+        m_bus.waitForFinished();
+    }
 
     void init()
     {
@@ -249,6 +285,86 @@ private Q_SLOTS:
         QCOMPARE(qAlpha(image.pixel(x, y + 1)), 255);
         QVERIFY(image.pixel(x, y + 1) != border);
         QCOMPARE(image.pixel(x, y + 1), image.pixel(x, image.height() / 2));
+    }
+
+    void hoverButtonHighlightsUnderThePointer()
+    {
+        QWidget host;
+        QWidget* button = makeControl(QStringLiteral("KVHoverButton"), &host);
+        const QImage resting = renderAt(button, 1, false);
+        button->setAttribute(Qt::WA_UnderMouse);
+        const QImage hovered = renderAt(button, 1, false);
+        // The soft background appears around the icon; the corner stays clear for the focus ring.
+        QCOMPARE(qAlpha(resting.pixel(ControlStyle::focusMargin + 3, button->height() / 2)), 0);
+        QVERIFY(qAlpha(hovered.pixel(ControlStyle::focusMargin + 3, button->height() / 2)) > 0);
+        QCOMPARE(qAlpha(hovered.pixel(0, 0)), 0);
+    }
+
+    void linkTextFitsItsSizeHint_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("short") << QStringLiteral("Hilfe");
+        QTest::newRow("umlauts") << QStringLiteral("Hilfe zur ordnungsgemäßen Archivierung");
+        QTest::newRow("long") << QStringLiteral("Änderungsprotokoll des Archivs als PDF-Bericht öffnen …");
+    }
+    void linkTextFitsItsSizeHint()
+    {
+        QFETCH(QString, text);
+        QWidget host;
+        auto* link = new KVLinkButton(text, &host);
+        host.show();
+        // At its own size the text is drawn whole: the same pixels as with room to spare.
+        link->resize(link->sizeHint());
+        const QImage fitted = renderAt(link, 1, false);
+        link->resize(link->sizeHint() + QSize(200, 0));
+        const QImage roomy = renderAt(link, 1, false).copy(fitted.rect());
+        QCOMPARE(fitted, roomy);
+    }
+
+    void boxKeepsChildrenInsideItsFrame()
+    {
+        QWidget host;
+        auto* box = new KVBox(QStringLiteral("Belegangaben"), &host);
+        auto* layout = new QVBoxLayout(box);
+        layout->setContentsMargins(0, 0, 0, 0);
+        auto* label = new QLabel(QStringLiteral("Belegnummer"));
+        layout->addWidget(label);
+        box->resize(box->sizeHint());
+        host.show();
+        QVERIFY(box->frameRect().top() >= box->fontMetrics().height());
+        QVERIFY(box->frameRect().adjusted(4, 4, -4, -4).contains(label->geometry()));
+        box->setTitle(QString());
+        box->resize(box->sizeHint());
+        QCOMPARE(box->frameRect(), box->rect());
+        QVERIFY(box->frameRect().adjusted(4, 4, -4, -4).contains(label->geometry()));
+    }
+
+    void badgeForDelegatesSitsAtTheRightEnd()
+    {
+        QImage image(120, 24, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        const QRect cell(0, 0, 100, 24);
+        BadgeField::paintBadge(&painter, cell, QString(), ThemeManager::lightPalette());
+        QCOMPARE(opaquePixels(image), 0);
+        BadgeField::paintBadge(&painter, cell, QStringLiteral("1.234"), ThemeManager::lightPalette());
+        const QFont font = painter.font();
+        painter.end();
+        const QSize size = BadgeField::badgeSize(QStringLiteral("1.234"), font);
+        QVERIFY(size.width() > BadgeField::badgeSize(QStringLiteral("7"), font).width());
+        // Painted inside the cell, flush right, nothing left of the badge.
+        int left = image.width();
+        int right = -1;
+        for (int x = 0; x < image.width(); ++x) {
+            for (int y = 0; y < image.height(); ++y) {
+                if (qAlpha(image.pixel(x, y)) > 0) {
+                    left = qMin(left, x);
+                    right = qMax(right, x);
+                }
+            }
+        }
+        QCOMPARE(right, cell.right());
+        QVERIFY(qAbs(left - (cell.right() + 1 - size.width())) <= 1);
     }
 
     void progressShowsBarOrSpinner()
@@ -574,6 +690,36 @@ private Q_SLOTS:
         QCOMPARE(DesktopColorScheme::preferenceFromValue(QVariant()), int(DesktopColorScheme::Unknown));
     }
 
+    void followsThePortal()
+    {
+        if (!m_portalRunning)
+            QSKIP("no dbus-daemon to run a desktop portal on");
+        ThemeManager* theme = ThemeManager::instance();
+        QSignalSpy changed(theme, &ThemeManager::themeChanged);
+        // The portal asks for dark, so the desktop's light palette does not count.
+        theme->setForcedScheme(ThemeManager::System);
+        QVERIFY(theme->isDark());
+        QCOMPARE(changed.count(), 1);
+
+        auto announce = [this](uint scheme) {
+            QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+                QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged"));
+            signal << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme")
+                   << QVariant::fromValue(QDBusVariant(QVariant(scheme)));
+            QVERIFY(QDBusConnection(QStringLiteral("fake-portal")).send(signal));
+        };
+        announce(2);
+        QTRY_COMPARE(changed.count(), 2);
+        QVERIFY(!theme->isDark());
+        QVERIFY(!ThemeManager::isDarkPalette(QApplication::palette()));
+        // A forced scheme wins over the desktop.
+        announce(1);
+        QTRY_COMPARE(changed.count(), 3);
+        theme->setForcedScheme(ThemeManager::Light);
+        QCOMPARE(changed.count(), 4);
+        QVERIFY(!theme->isDark());
+    }
+
     void forcedSchemeRepaintsAndSignals()
     {
         ThemeManager* theme = ThemeManager::instance();
@@ -614,7 +760,36 @@ private Q_SLOTS:
     }
 
 private:
+    /// A private session bus with a fake portal on it, when dbus-daemon is installed.
+    void startPortal()
+    {
+        const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+        if (daemon.isEmpty())
+            return;
+        // The bus goes with the test, even when the test is killed.
+        m_bus.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+        m_bus.start(
+            daemon, { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address") });
+        if (!m_bus.waitForStarted() || !m_bus.waitForReadyRead(10000))
+            return;
+        const QByteArray address = m_bus.readLine().trimmed();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+        QDBusConnection portalBus
+            = QDBusConnection::connectToBus(QString::fromLatin1(address), QStringLiteral("fake-portal"));
+        m_portal.moveToThread(&m_portalThread);
+        m_portalThread.start();
+        m_portalRunning = portalBus.isConnected()
+            && portalBus.registerService(QStringLiteral("org.freedesktop.portal.Desktop"))
+            && portalBus.registerObject(
+                QStringLiteral("/org/freedesktop/portal/desktop"), &m_portal, QDBusConnection::ExportAllSlots)
+            && QDBusConnection::sessionBus().isConnected();
+    }
+
     TemporaryHome m_home;
+    QProcess m_bus;
+    QThread m_portalThread;
+    FakePortal m_portal;
+    bool m_portalRunning = false;
 };
 
 QTEST_MAIN(TestGuiControls)

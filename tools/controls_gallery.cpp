@@ -89,6 +89,8 @@ QWidget* buildGallery()
     static_cast<KVHoverButton*>(hover.at(4))->setCheckable(true);
     static_cast<KVHoverButton*>(hover.at(4))->setChecked(true);
     hover.at(5)->setEnabled(false);
+    // Shown as if the pointer rested on it.
+    hover.at(2)->setAttribute(Qt::WA_UnderMouse);
     auto* hoverRow = new QWidget;
     auto* hoverLayout = new QHBoxLayout(hoverRow);
     hoverLayout->setContentsMargins(0, 0, 0, 0);
