@@ -3,6 +3,7 @@
 // mouse and keyboard, and the theme manager decides dark or light correctly.
 
 #include "TestSupport.h"
+#include "app/i18n/Localizer.h"
 #include "app/style/AppFonts.h"
 #include "app/style/DesktopColorScheme.h"
 #include "app/style/Icons.h"
@@ -18,6 +19,7 @@
 #include "controls/KVSeparator.h"
 #include "controls/KVTessaryProgress.h"
 #include "controls/TessaryBeachBallView.h"
+#include "text/KVLocalizationDictionary.h"
 
 #include <QAccessible>
 #include <QAccessibleValueInterface>
@@ -417,6 +419,36 @@ private Q_SLOTS:
         QVERIFY(!cancel->isVisible());
         QTest::keyClick(progress, Qt::Key_Escape);
         QCOMPARE(cancelled.count(), 2);
+    }
+
+    void ownTextsFollowRelocalization()
+    {
+        KVLocalizationDictionary& dictionary = KVLocalizationDictionary::sharedLocalizationDictionary();
+        const QHash<QString, QString> original = dictionary.localizationDictionary();
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        auto* progress = new KVTessaryProgress;
+        auto* box = new KVBox;
+        layout->addWidget(progress);
+        layout->addWidget(box);
+        box->setTitleKey(QStringLiteral("COLOR_TAG_RED"));
+        QCOMPARE(box->title(), text("COLOR_TAG_RED"));
+        window.show();
+
+        // The translation editor changed two texts and reloaded the table.
+        QHash<QString, QString> edited = original;
+        edited.insert(QStringLiteral("Cancel"), QStringLiteral("Vorgang jetzt abbrechen"));
+        edited.insert(QStringLiteral("COLOR_TAG_RED"), QStringLiteral("Karminrot"));
+        dictionary.setLocalizationDictionary(edited);
+        Localizer::relocalizeAll();
+        auto* cancel = progress->findChild<KVButton*>();
+        QCOMPARE(cancel->text(), QStringLiteral("Vorgang jetzt abbrechen"));
+        QCOMPARE(box->title(), QStringLiteral("Karminrot"));
+        QCOMPARE(ColorTagDot::tagName(0), QStringLiteral("Karminrot"));
+        // The longer title gets its room in the progress view.
+        QTRY_COMPARE(cancel->width(), cancel->sizeHint().width());
+        QCOMPARE(cancel->geometry().right(), progress->width() - 1);
+        dictionary.setLocalizationDictionary(original);
     }
 
     void pickerChoosesByMouse()

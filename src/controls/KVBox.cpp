@@ -1,6 +1,8 @@
 #include "controls/KVBox.h"
 
+#include "app/i18n/Localizer.h"
 #include "controls/ControlStyle.h"
+#include "text/KVLocalizationDictionary.h"
 
 #include <QAccessible>
 #include <QEvent>
@@ -12,6 +14,7 @@ namespace {
 constexpr int radius = 6;
 constexpr int padding = 10;
 constexpr int titleGap = 4;
+constexpr const char* titleKeyProperty = "_oldBaseString";
 
 QFont titleFont(const QFont& font)
 {
@@ -50,6 +53,21 @@ void KVBox::setTitle(const QString& title)
         QAccessibleEvent change(this, QAccessible::NameChanged);
         QAccessible::updateAccessibility(&change);
     }
+}
+
+void KVBox::setTitleKey(const QString& key)
+{
+    // Stored where the window localizer keeps every widget's key.
+    setProperty(titleKeyProperty, key);
+    connect(Localizer::instance(), &Localizer::relocalized, this, &KVBox::relocalize, Qt::UniqueConnection);
+    relocalize();
+}
+
+void KVBox::relocalize()
+{
+    const QString key = property(titleKeyProperty).toString();
+    if (!key.isEmpty())
+        setTitle(localizedString(key));
 }
 
 QRect KVBox::frameRect() const

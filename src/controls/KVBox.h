@@ -17,6 +17,9 @@ public:
     QString title() const;
     /// Shows @p title above the box; an empty title shows none.
     void setTitle(const QString& title);
+    /// Shows the localized text of @p key as the title, and again after every
+    /// re-localization of the application.
+    void setTitleKey(const QString& key);
 
     /// The rounded frame, in widget coordinates.
     QRect frameRect() const;
@@ -30,6 +33,7 @@ protected:
 
 private:
     int titleHeight() const;
+    void relocalize();
     void updateMargins();
 
     QString m_title;

@@ -1,9 +1,9 @@
 #include "controls/KVTessaryProgress.h"
 
+#include "app/i18n/Localizer.h"
 #include "controls/ControlStyle.h"
 #include "controls/KVButton.h"
 #include "controls/TessaryBeachBallView.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QAccessible>
 #include <QKeyEvent>
@@ -24,7 +24,8 @@ KVTessaryProgress::KVTessaryProgress(QWidget* parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_spinner->hide();
     connect(m_cancel, &KVButton::clicked, this, &KVTessaryProgress::cancelRequested);
-    retranslate();
+    // Keyed, so a re-localization after the table was edited retitles it too.
+    Localizer::setKey(m_cancel, QStringLiteral("Cancel"));
     layoutChildren();
 }
 
@@ -174,13 +175,15 @@ void KVTessaryProgress::resizeEvent(QResizeEvent* event)
     layoutChildren();
 }
 
-void KVTessaryProgress::changeEvent(QEvent* event)
+bool KVTessaryProgress::event(QEvent* event)
 {
-    if (event->type() == QEvent::LanguageChange)
-        retranslate();
-    else if (event->type() == QEvent::FontChange)
+    // The Cancel button asks for room after a new title or font.
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::FontChange) {
         layoutChildren();
-    QWidget::changeEvent(event);
+        updateGeometry();
+        update();
+    }
+    return QWidget::event(event);
 }
 
 void KVTessaryProgress::keyPressEvent(QKeyEvent* event)
@@ -216,13 +219,6 @@ void KVTessaryProgress::layoutChildren()
     const QSize button = m_cancel->sizeHint();
     m_cancel->setGeometry(
         width() - button.width(), (rowHeight() - button.height()) / 2, button.width(), button.height());
-}
-
-void KVTessaryProgress::retranslate()
-{
-    m_cancel->setText(localizedString(QStringLiteral("Cancel")));
-    layoutChildren();
-    updateGeometry();
 }
 
 void KVTessaryProgress::notifyValueChanged()

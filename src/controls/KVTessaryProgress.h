@@ -48,7 +48,7 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -56,7 +56,6 @@ private:
     QRect indicatorRect() const;
     QRect textRect() const;
     void layoutChildren();
-    void retranslate();
     void notifyValueChanged();
 
     TessaryBeachBallView* m_spinner;
