@@ -3,7 +3,6 @@
 #include "intake/CompoundFile.h"
 #include "intake/TextDecoding.h"
 
-#include <QFile>
 #include <QtEndian>
 #include <vector>
 
@@ -173,14 +172,6 @@ bool findPieceTable(const QByteArray& table, quint32 fcClx, quint32 lcbClx, qsiz
 }
 
 } // namespace
-
-QString DocReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
 
 QString DocReader::extractFromData(const QByteArray& bytes)
 {
