@@ -49,8 +49,15 @@ public:
     const std::vector<FieldInfo>& fields() const { return m_fields; }
     /// Index of the field with this coding key, or -1.
     int indexOf(const QString& key) const { return m_index.value(key, -1); }
+    /// The fields that hold lists, dictionaries or objects: the only ones
+    /// that can lead to further archive objects.
+    const std::vector<int>& nestingFields() const { return m_nestingFields; }
     /// A new object of the class with every field nil (for decoding).
     ObjectPtr makeEmpty() const { return m_factory(); }
+
+    /// Whether a field of kind @p expected may hold a value of kind @p actual:
+    /// nil always, numbers of any kind for a number field, else the same kind.
+    static bool kindFits(Value::Kind expected, Value::Kind actual);
 
     /// The class chain written into archives: own name, the base class, NSObject.
     QStringList classChain() const;
@@ -61,6 +68,7 @@ public:
 private:
     QString m_className;
     std::vector<FieldInfo> m_fields;
+    std::vector<int> m_nestingFields;
     QHash<QString, int> m_index;
     ObjectPtr (*m_factory)();
 };

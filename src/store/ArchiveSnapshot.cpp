@@ -2,53 +2,87 @@
 
 #include "model/QuillarcDocument.h"
 
+#include <algorithm>
+
+namespace {
+// Records nest container, group list, group, document list, document and
+// its tags: far below this. Deeper values are not records of an archive.
+constexpr int maxDepth = 64;
+} // namespace
+
 void ArchiveSnapshot::captureObjects()
 {
-    m_fields.clear();
-    documentIDs.clear();
-    captureValue(container);
-    captureValue(preferences);
+    m_objects.clear();
+    m_objects.reserve(1024);
+    captureValue(container, 0);
+    captureValue(preferences, 0);
 }
 
-void ArchiveSnapshot::captureValue(const Value& value)
+void ArchiveSnapshot::captureValue(const Value& value, int depth)
 {
+    if (depth > maxDepth)
+        return;
     switch (value.kind()) {
     case Value::Kind::Array:
-        for (const Value& item : value.toArray())
-            captureValue(item);
+        for (const Value& item : value.toArray()) {
+            if (item.kind() >= Value::Kind::Array)
+                captureValue(item, depth + 1);
+        }
         break;
     case Value::Kind::Dictionary:
-        for (const Value& item : value.toDictionary())
-            captureValue(item);
+        for (const Value& item : value.toDictionary()) {
+            if (item.kind() >= Value::Kind::Array)
+                captureValue(item, depth + 1);
+        }
         break;
-    case Value::Kind::Object:
-        captureObject(value.toObject());
+    case Value::Kind::Object: {
+        // No lookups here: an object met twice is simply recorded twice and
+        // sorted out on the save thread, which keeps the main thread's share
+        // to one shared reference per object.
+        const ObjectPtr object = value.toObject();
+        std::shared_ptr<const FieldValues> fields = object->sharedFields();
+        const FieldValues& values = *fields;
+        m_objects.push_back({ object.get(), std::move(fields) });
+        // Fields hold the kind their table gives them (decoding and setValue
+        // see to that), so only lists, dictionaries and objects are looked into.
+        for (const int index : object->classInfo().nestingFields())
+            captureValue(values[size_t(index)], depth + 1);
         break;
+    }
     default:
         break;
     }
 }
 
-void ArchiveSnapshot::captureObject(const ObjectPtr& object)
+void ArchiveSnapshot::prepareLookups()
 {
-    if (m_fields.contains(object.get()))
-        return;
-    const std::shared_ptr<const FieldValues> shared = object->sharedFields();
-    m_fields.insert(object.get(), shared);
-    const FieldValues& values = *shared;
-    if (&object->classInfo() == &QuillarcDocument::staticClassInfo())
-        documentIDs.insert(values[QuillarcDocument::UniqueID].toString());
-    for (const Value& value : values) {
-        // Texts, numbers and dates hold nothing more to capture.
-        if (value.kind() >= Value::Kind::Array)
-            captureValue(value);
-    }
+    std::sort(m_objects.begin(), m_objects.end(),
+        [](const Captured& a, const Captured& b) { return std::less<const void*>()(a.object, b.object); });
+    m_objects.erase(std::unique(m_objects.begin(), m_objects.end(),
+                        [](const Captured& a, const Captured& b) { return a.object == b.object; }),
+        m_objects.end());
 }
 
-const FieldValues& ArchiveSnapshot::fieldsOf(const QuillarcDatabaseObject& object) const
+std::vector<ArchiveSnapshot::Captured>::const_iterator ArchiveSnapshot::find(const QuillarcDatabaseObject& object) const
 {
-    const auto it = m_fields.constFind(&object);
-    // Every object the encoder reaches was reached here first, from the same values.
-    Q_ASSERT(it != m_fields.constEnd());
-    return **it;
+    const auto it = std::lower_bound(m_objects.begin(), m_objects.end(), &object,
+        [](const Captured& entry, const QuillarcDatabaseObject* key) { return std::less<const void*>()(entry.object, key); });
+    return it != m_objects.end() && it->object == &object ? it : m_objects.end();
+}
+
+const FieldValues* ArchiveSnapshot::fieldsOf(const QuillarcDatabaseObject& object) const
+{
+    const auto it = find(object);
+    return it != m_objects.end() ? it->fields.get() : nullptr;
+}
+
+QSet<QString> ArchiveSnapshot::documentIDs() const
+{
+    QSet<QString> ids;
+    ids.reserve(qsizetype(m_objects.size()));
+    for (const Captured& entry : m_objects) {
+        if (&entry.object->classInfo() == &QuillarcDocument::staticClassInfo())
+            ids.insert((*entry.fields)[QuillarcDocument::UniqueID].toString());
+    }
+    return ids;
 }

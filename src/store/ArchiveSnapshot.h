@@ -3,9 +3,10 @@
 #include "model/QuillarcDatabaseObject.h"
 #include "store/KeyedArchiver.h"
 
-#include <QHash>
 #include <QSet>
 #include <QStringList>
+
+#include <vector>
 
 /// Everything one save writes, taken in one go on the main thread: the
 /// values the database dictionary is filled from and the fields of every
@@ -25,18 +26,29 @@ public:
     Value indexDictionary; ///< the selection state
     /// Folders of documents deleted since the archive was opened.
     QStringList deleteIDs;
-    /// The uniqueID of every document the snapshot holds.
-    QSet<QString> documentIDs;
 
-    /// Records the objects reachable from container and preferences.
+    /// Records the fields of the objects reachable from container and
+    /// preferences (on the main thread, as cheaply as possible).
     void captureObjects();
+    /// Orders what was captured for lookups; done on the save thread.
+    void prepareLookups();
 
-    const FieldValues& fieldsOf(const QuillarcDatabaseObject& object) const override;
-    qsizetype objectCount() const { return m_fields.size(); }
+    /// The fields of an object as captured, nullptr for one never captured;
+    /// prepareLookups() must have run.
+    const FieldValues* fieldsOf(const QuillarcDatabaseObject& object) const override;
+    /// The uniqueID of every document the snapshot holds.
+    QSet<QString> documentIDs() const;
+    qsizetype objectCount() const { return qsizetype(m_objects.size()); }
 
 private:
-    void captureValue(const Value& value);
-    void captureObject(const ObjectPtr& object);
+    struct Captured
+    {
+        const QuillarcDatabaseObject* object;
+        std::shared_ptr<const FieldValues> fields;
+    };
 
-    QHash<const QuillarcDatabaseObject*, std::shared_ptr<const FieldValues>> m_fields;
+    void captureValue(const Value& value, int depth);
+    std::vector<Captured>::const_iterator find(const QuillarcDatabaseObject& object) const;
+
+    std::vector<Captured> m_objects;
 };

@@ -3,11 +3,14 @@
 #include "model/Logging.h"
 #include "store/ArchiveSnapshot.h"
 #include "store/AtomicFile.h"
+#include "store/DatabaseFileWriter.h"
 #include "store/Document.h"
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
 
 #include <QDir>
+
+#include <cerrno>
 #include <QFile>
 #include <QFileInfo>
 
@@ -31,14 +34,7 @@ QStringList readPendingDeletions(const QString& packagePath)
 }
 } // namespace
 
-QByteArray DatabaseWriter::encodeCompanyData(const ArchiveSnapshot& snapshot)
-{
-    ValueMap company;
-    company.insert(QStringLiteral("container"), snapshot.container);
-    return KeyedArchiver::archivedDataWithRootObject(Value::dictionary(company, false), &snapshot);
-}
-
-Value DatabaseWriter::databaseDictionary(const ArchiveSnapshot& snapshot, const QByteArray& companyData)
+Value DatabaseWriter::databaseDictionary(const ArchiveSnapshot& snapshot, const Value& companyData, const QString& companyString)
 {
     ValueMap database;
     database.insert(QStringLiteral("db_version"), Value::real(2.0, true));
@@ -46,40 +42,97 @@ Value DatabaseWriter::databaseDictionary(const ArchiveSnapshot& snapshot, const 
     database.insert(QStringLiteral("isInitialDataCreated"), Value::boolean(snapshot.isInitialDataCreated));
     database.insert(QStringLiteral("isAlreadyOpen"), Value::boolean(snapshot.isAlreadyOpen));
     database.insert(QStringLiteral("host"), Value::string(snapshot.host));
-    database.insert(QStringLiteral("companyData"), Value::data(companyData));
-    database.insert(QStringLiteral("companyString"), Value::string(Fingerprint::saltedFingerprint(companyData, Fingerprint::salt())));
+    database.insert(QStringLiteral("companyData"), companyData);
+    database.insert(QStringLiteral("companyString"), Value::string(companyString));
     database.insert(QStringLiteral("preferences"), snapshot.preferences);
     database.insert(QStringLiteral("indexDictionary"),
         snapshot.indexDictionary.kind() == Value::Kind::Dictionary ? snapshot.indexDictionary : Value::dictionary());
     return Value::dictionary(database, false);
 }
 
-bool DatabaseWriter::write(const ArchiveSnapshot& snapshot, QString* error)
+bool DatabaseWriter::writeDatabase(const ArchiveSnapshot& snapshot, const QString& path, QString* error)
+{
+    // The records are encoded once and streamed straight into the file,
+    // hashed on the way: "companyData" is never held in memory as a whole.
+    KeyedArchiver records(&snapshot);
+    ValueMap company;
+    company.insert(QStringLiteral("container"), snapshot.container);
+    const KeyedArchiver::Ref recordsTop = records.archive(Value::dictionary(company, false));
+    if (!records.errorString().isEmpty()) {
+        *error = records.errorString();
+        return false;
+    }
+    const BinaryPlistWriter::Layout recordsLayout = records.writer().layout(recordsTop);
+
+    // Around them, the database dictionary, with the records' bytes and
+    // their fingerprint given only when the file reaches them.
+    const QByteArray recordsMarker("companyData");
+    const QString fingerprintMarker(32, QLatin1Char('0'));
+    KeyedArchiver outer(&snapshot);
+    outer.setDeferredData(recordsMarker, qint64(recordsLayout.totalSize));
+    outer.setDeferredString(fingerprintMarker);
+    const KeyedArchiver::Ref outerTop
+        = outer.archive(databaseDictionary(snapshot, Value::data(recordsMarker), fingerprintMarker));
+    if (!outer.errorString().isEmpty()) {
+        *error = outer.errorString();
+        return false;
+    }
+    const BinaryPlistWriter::Layout outerLayout = outer.writer().layout(outerTop);
+
+    AtomicFile file(path);
+    if (!file.open()) {
+        *error = file.errorString();
+        return false;
+    }
+    bool written;
+    {
+        DatabaseFileWriter stream(file);
+        QString fingerprint;
+        written = outer.writer().writeTo(
+            outerLayout, stream.plain(),
+            [&](BinaryPlistWriter::Sink&) {
+                if (!records.writer().writeTo(recordsLayout, stream.hashed()))
+                    return false;
+                const QByteArray digest = stream.digest();
+                fingerprint = Fingerprint::saltedFingerprintOfDigest(QString::fromLatin1(digest.toHex()), Fingerprint::salt());
+                return !digest.isEmpty();
+            },
+            outer.deferredStringNode(), [&] { return fingerprint; });
+        written = stream.finish() && written;
+    }
+    if (!written || !file.commit()) {
+        *error = file.errorString().isEmpty() ? AtomicFile::systemError(path, EIO) : file.errorString();
+        return false;
+    }
+    return true;
+}
+
+bool DatabaseWriter::write(ArchiveSnapshot& snapshot, QString* error)
 {
     const QString package = snapshot.packagePath;
+    snapshot.prepareLookups();
     const QDir files(QDir(package).filePath(QLatin1String(Document::filesName)));
 
     // Folders to remove once the new database is on disk: those deleted now
     // and those a save cut off earlier left behind.
     QStringList doomed;
     const QStringList candidates = readPendingDeletions(package) + snapshot.deleteIDs;
+    const QSet<QString> documentIDs = candidates.isEmpty() ? QSet<QString>() : snapshot.documentIDs();
     for (const QString& uniqueID : candidates) {
         const QFileInfo member(files.filePath(uniqueID));
-        if (isPlainName(uniqueID) && !snapshot.documentIDs.contains(uniqueID) && !doomed.contains(uniqueID)
+        if (isPlainName(uniqueID) && !documentIDs.contains(uniqueID) && !doomed.contains(uniqueID)
             && (member.exists() || member.isSymLink()))
             doomed.append(uniqueID);
     }
     if (!doomed.isEmpty() && !AtomicFile::writeFile(pendingDeletionsPath(package), doomed.join(QLatin1Char('\n')).toUtf8(), error))
         return false;
 
-    const QByteArray companyData = encodeCompanyData(snapshot);
-    const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(databaseDictionary(snapshot, companyData), &snapshot);
-    if (!AtomicFile::writeFile(QDir(package).filePath(QLatin1String(Document::databaseName)), bytes, error))
+    if (!writeDatabase(snapshot, QDir(package).filePath(QLatin1String(Document::databaseName)), error))
         return false;
 
     // The new database no longer lists these documents: their folders may go.
     if (!doomed.isEmpty() || QFileInfo::exists(pendingDeletionsPath(package))) {
-        removeMemberFolders(package, doomed, snapshot.documentIDs);
+        removeMemberFolders(package, doomed, documentIDs);
         QString syncError;
         if (AtomicFile::syncDirectory(files.path(), &syncError) && QFile::remove(pendingDeletionsPath(package)))
             AtomicFile::syncDirectory(package, &syncError);

@@ -23,12 +23,14 @@ public:
 
     /// Encodes and writes the snapshot; false with the path and the system's
     /// reason when the database could not be written (the old one stays).
-    static bool write(const ArchiveSnapshot& snapshot, QString* error);
+    static bool write(ArchiveSnapshot& snapshot, QString* error);
 
-    /// The encoded container ("companyData") of a snapshot.
-    static QByteArray encodeCompanyData(const ArchiveSnapshot& snapshot);
-    /// The database dictionary saving writes, around already encoded records.
-    static Value databaseDictionary(const ArchiveSnapshot& snapshot, const QByteArray& companyData);
+    /// Encodes the snapshot (its lookups prepared) and writes the database
+    /// file at @p path atomically, the records streamed and hashed on the way.
+    static bool writeDatabase(const ArchiveSnapshot& snapshot, const QString& path, QString* error);
+
+    /// The database dictionary saving writes, around the encoded records and their fingerprint.
+    static Value databaseDictionary(const ArchiveSnapshot& snapshot, const Value& companyData, const QString& companyString);
 
     /// Removes from "Files" every folder named in @p uniqueIDs that is not
     /// in @p kept. Only plain names directly inside "Files" are touched, and

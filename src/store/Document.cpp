@@ -312,8 +312,10 @@ bool Document::saveToPath(const QString& packagePath, QString* error)
     waitForSaves();
     const int changeCountAtSnapshot = m_changeCount;
     QString message = preparePackage(packagePath);
-    if (message.isEmpty())
-        DatabaseWriter::write(fileWrapperOfType(), &message);
+    if (message.isEmpty()) {
+        ArchiveSnapshot snapshot = fileWrapperOfType();
+        DatabaseWriter::write(snapshot, &message);
+    }
     finishSave(message, changeCountAtSnapshot);
     if (error)
         *error = message;
