@@ -70,6 +70,7 @@ bool BinaryPlistReader::object(quint64 index, Object* out) const
         return fail(QStringLiteral("object reference out of range"));
     const qsizetype end = qsizetype(m_offsetTableOffset);
     qsizetype offset = qsizetype(readUnsigned(qsizetype(m_offsetTableOffset + index * quint64(m_offsetIntSize)), m_offsetIntSize));
+    out->offset = offset;
     const uchar marker = m_data[offset];
     const int high = marker >> 4;
     const int low = marker & 0x0F;

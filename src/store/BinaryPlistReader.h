@@ -19,6 +19,7 @@ public:
     struct Object
     {
         Type type = Type::Invalid;
+        qsizetype offset = 0;   ///< file offset of the marker: one stored object, however many indexes name it
         quint64 count = 0;      ///< bytes, characters, UTF-16 units, elements or entries
         qsizetype payload = 0;  ///< file offset of the payload
         quint8 width = 0;       ///< bytes of an integer, real or UID
