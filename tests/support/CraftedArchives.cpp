@@ -134,6 +134,10 @@ QByteArray CraftedArchives::database(const QString& title, const std::function<i
     RawKeyedArchive database(2);
     RawPlist& d = database.plist();
     const int rootClass = database.addClass(QStringLiteral("NSDictionary"), dictionaryChain);
+    // Without preferences, setting up would take the archive for a new one and start afresh.
+    const int preferencesClass = database.addClass(QStringLiteral("QuillarcPreferences"), modelChain(QStringLiteral("QuillarcPreferences")));
+    const int preferences = database.addObject(database.record(preferencesClass,
+        { { QStringLiteral("uniqueID"), d.uid(quint64(database.addObject(d.ascii(QStringLiteral("9F000000-0000-4000-8000-000000000001")))), 2) } }));
     return database.build(database.addObject(dictionaryRecord(database, rootClass,
         { { QStringLiteral("db_version"), database.addObject(d.real(2.0, 4)) },
             { QStringLiteral("db_kind"), database.addObject(d.integer(0, 1)) },
@@ -141,7 +145,8 @@ QByteArray CraftedArchives::database(const QString& title, const std::function<i
             { QStringLiteral("isAlreadyOpen"), database.addObject(d.boolean(false)) },
             { QStringLiteral("host"), database.addObject(d.ascii(QString())) },
             { QStringLiteral("companyData"), database.addObject(d.data(companyData)) },
-            { QStringLiteral("companyString"), database.addObject(d.ascii(QString())) } })));
+            { QStringLiteral("companyString"), database.addObject(d.ascii(QString())) },
+            { QStringLiteral("preferences"), preferences } })));
 }
 
 QByteArray CraftedArchives::uidsSharingOneRecord(int uids, int keys)

@@ -60,7 +60,7 @@ QList<DamagedArchives::Case> DamagedArchives::cycles()
         const int cls = a.addClass(QStringLiteral("NSArray"), chain(QStringLiteral("NSArray")));
         const int self = a.reserveObject();
         a.setObject(self, arrayRecord(a, cls, { self }));
-        cases.append({ QStringLiteral("self-array"), a.build(self), containsItself });
+        cases.append({ QStringLiteral("array-holding-itself"), a.build(self), containsItself });
     }
     {
         RawKeyedArchive a(2);
