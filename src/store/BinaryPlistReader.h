@@ -19,7 +19,6 @@ public:
     struct Object
     {
         Type type = Type::Invalid;
-        qsizetype offset = 0;   ///< file offset of the marker: one stored object, however many indexes name it
         quint64 count = 0;      ///< bytes, characters, UTF-16 units, elements or entries
         qsizetype payload = 0;  ///< file offset of the payload
         quint8 width = 0;       ///< bytes of an integer, real or UID
@@ -31,6 +30,10 @@ public:
 
     quint64 objectCount() const { return m_objectCount; }
     quint64 topObject() const { return m_topObject; }
+
+    /// File offset of object `index` (below objectCount()). Several indexes
+    /// may name the same offset, that is the same stored object.
+    qsizetype offsetOf(quint64 index) const;
 
     /// Parses the header of object `index`; false (with errorString) when it is damaged.
     bool object(quint64 index, Object* out) const;

@@ -4,9 +4,11 @@
 #include "model/QuillarcDatabaseObject.h"
 #include "store/XmlPlistReader.h"
 
-
 namespace {
 using Type = BinaryPlistReader::Type;
+constexpr quint64 noList = ~quint64(0);
+/// Dictionaries this small are rebuilt at each reference; larger ones once per pair of lists.
+constexpr quint64 smallDictionary = 8;
 
 bool kindFits(Value::Kind expected, Value::Kind actual)
 {
@@ -29,6 +31,11 @@ bool KeyedUnarchiver::fail(const QString& message)
     if (m_error.isEmpty())
         m_error = message;
     return false;
+}
+
+bool KeyedUnarchiver::spend(qint64 work)
+{
+    return m_ledger.spend(work) || fail(QStringLiteral("objects overlap or repeat beyond what the file's size allows"));
 }
 
 Value KeyedUnarchiver::unarchiveObjectWithData(const QByteArray& bytes, QString* error)
@@ -57,6 +64,7 @@ bool KeyedUnarchiver::decode(const QByteArray& bytes)
     }
     if (!m_reader.open(binary))
         return fail(m_reader.errorString());
+    m_ledger.reset(m_reader, workPerByte * binary.size());
 
     Object top;
     if (!m_reader.object(m_reader.topObject(), &top) || top.type != Type::Dictionary)
@@ -87,30 +95,42 @@ bool KeyedUnarchiver::decode(const QByteArray& bytes)
     return true;
 }
 
-QString KeyedUnarchiver::keyAt(const Object& dictionary, quint64 i, qsizetype* keyOffset)
+QString KeyedUnarchiver::keyAt(const Object& dictionary, quint64 i, quint64* keyIndex)
 {
+    const quint64 ref = m_reader.ref(dictionary, i);
+    *keyIndex = noList;
+    if (ref >= m_reader.objectCount()) {
+        fail(QStringLiteral("object reference out of range"));
+        return QString();
+    }
+    *keyIndex = m_ledger.slot(ref);
+    const auto known = m_keyStrings.constFind(*keyIndex);
+    if (known != m_keyStrings.constEnd())
+        return known.value();
     Object key;
-    *keyOffset = -1;
-    if (!m_reader.object(m_reader.ref(dictionary, i), &key)) {
+    if (!m_reader.object(ref, &key)) {
         fail(m_reader.errorString()); // damage, unlike a key that is no text
         return QString();
     }
-    if (!BinaryPlistReader::isString(key.type))
-        return QString();
-    *keyOffset = key.offset;
-    auto it = m_keyStrings.constFind(key.offset);
-    if (it == m_keyStrings.constEnd())
-        it = m_keyStrings.insert(key.offset, m_reader.stringValue(key));
-    return it.value();
+    QString text;
+    if (BinaryPlistReader::isString(key.type) && spend(qint64(key.count)))
+        text = m_reader.stringValue(key);
+    m_keyStrings.insert(*keyIndex, text);
+    return text;
 }
 
-bool KeyedUnarchiver::recordValue(const Object& record, QLatin1StringView key, Object* value)
+bool KeyedUnarchiver::recordValue(const Object& record, QLatin1StringView key, Object* value, quint64* index)
 {
-    qsizetype keyOffset = 0;
+    quint64 keyIndex = 0;
     for (quint64 i = 0; i < record.count; ++i) {
-        ++m_steps;
-        if (keyAt(record, i, &keyOffset) == key)
-            return m_reader.object(m_reader.ref(record, record.count + i), value) || fail(m_reader.errorString());
+        if (!spend(1))
+            return false;
+        if (keyAt(record, i, &keyIndex) == key) {
+            const quint64 ref = m_reader.ref(record, record.count + i);
+            if (index)
+                *index = ref;
+            return m_reader.object(ref, value) || fail(m_reader.errorString());
+        }
     }
     return false;
 }
@@ -123,14 +143,14 @@ bool KeyedUnarchiver::uidOf(const Object& object, quint64* uid) const
     return object.width <= 4 || *uid < (quint64(1) << 32);
 }
 
-Value KeyedUnarchiver::plainValue(const Object& object)
+Value KeyedUnarchiver::plainValue(const Object& object, quint64 index)
 {
     if (!isPlain(object.type))
         return Value();
+    const quint64 slot = m_ledger.slot(index);
+    if (m_ledger.state(slot) == State::Value)
+        return m_ledger.value(slot);
     // Texts and bytes can be long: each stored one is converted once.
-    const auto known = m_values.constFind(object.offset);
-    if (known != m_values.constEnd())
-        return known.value();
     Value value;
     switch (object.type) {
     case Type::Bool:
@@ -146,57 +166,39 @@ Value KeyedUnarchiver::plainValue(const Object& object)
         value = Value::date(m_reader.realValue(object));
         break;
     case Type::Data:
-        value = Value::data(m_dataAsView ? m_reader.dataView(object) : m_reader.dataValue(object));
+        if (spend(qint64(object.count)))
+            value = Value::data(m_dataAsView ? m_reader.dataView(object) : m_reader.dataValue(object));
         break;
     default:
-        value = Value::string(m_reader.stringValue(object));
+        if (spend(qint64(object.count)))
+            value = Value::string(m_reader.stringValue(object));
         break;
     }
-    m_values.insert(object.offset, value);
+    m_ledger.setValue(slot, value);
     return value;
 }
 
-bool KeyedUnarchiver::classOf(quint64 classUid, ClassEntry* entry)
+bool KeyedUnarchiver::classOf(quint64 classUid, ArchiveClass* entry)
 {
     if (classUid == 0 || classUid >= m_objectRefs.size())
         return fail(QStringLiteral("class reference out of range"));
+    const quint64 index = m_objectRefs[size_t(classUid)];
     Object description;
-    if (!m_reader.object(m_objectRefs[size_t(classUid)], &description) || description.type != Type::Dictionary)
+    if (!m_reader.object(index, &description) || description.type != Type::Dictionary)
         return fail(QStringLiteral("damaged class description"));
-    const auto known = m_classes.constFind(description.offset);
+    const quint64 slot = m_ledger.slot(index);
+    const auto known = m_classes.constFind(slot);
     if (known != m_classes.constEnd()) {
         *entry = known.value();
         return true;
     }
-    Object nameObject;
-    if (!recordValue(description, QLatin1StringView("$classname"), &nameObject) || !BinaryPlistReader::isString(nameObject.type))
+    Object name;
+    if (!recordValue(description, QLatin1StringView("$classname"), &name) || !BinaryPlistReader::isString(name.type))
         return fail(QStringLiteral("damaged class description"));
-    // Class names of the platform's own values, with whether they are the mutable kind.
-    static const QHash<QString, QPair<ClassEntry::Kind, bool>> platformClasses = {
-        { QStringLiteral("NSDate"), { ClassEntry::Date, false } },
-        { QStringLiteral("NSArray"), { ClassEntry::Array, false } },
-        { QStringLiteral("NSMutableArray"), { ClassEntry::Array, true } },
-        { QStringLiteral("NSDictionary"), { ClassEntry::Dictionary, false } },
-        { QStringLiteral("NSMutableDictionary"), { ClassEntry::Dictionary, true } },
-        { QStringLiteral("NSString"), { ClassEntry::String, false } },
-        { QStringLiteral("NSMutableString"), { ClassEntry::String, true } },
-        { QStringLiteral("NSData"), { ClassEntry::Data, false } },
-        { QStringLiteral("NSMutableData"), { ClassEntry::Data, true } },
-        { QStringLiteral("NSNumber"), { ClassEntry::Number, false } },
-    };
-    ClassEntry resolved;
-    resolved.name = m_reader.stringValue(nameObject);
-    if ((resolved.info = ClassInfo::forClassName(resolved.name))) {
-        resolved.kind = ClassEntry::Model;
-    } else {
-        const auto platform = platformClasses.constFind(resolved.name);
-        if (platform != platformClasses.constEnd()) {
-            resolved.kind = platform->first;
-            resolved.isMutable = platform->second;
-        }
-    }
-    m_classes.insert(description.offset, resolved);
-    *entry = resolved;
+    if (!spend(qint64(name.count)))
+        return false;
+    *entry = ArchiveClass::forName(m_reader.stringValue(name));
+    m_classes.insert(slot, *entry);
     return true;
 }
 
@@ -207,30 +209,37 @@ bool KeyedUnarchiver::decodeUid(quint64 uid, Value* out, int depth)
         return true;
     if (uid >= m_objectRefs.size())
         return fail(QStringLiteral("reference past the object list"));
-    Object object;
-    if (!m_reader.object(m_objectRefs[size_t(uid)], &object))
-        return fail(m_reader.errorString());
-    const auto known = m_values.constFind(object.offset);
-    if (known != m_values.constEnd()) {
-        *out = known.value();
+    const quint64 index = m_objectRefs[size_t(uid)];
+    if (index >= m_reader.objectCount())
+        return fail(QStringLiteral("object reference out of range"));
+    const quint64 slot = m_ledger.slot(index);
+    switch (m_ledger.state(slot)) {
+    case State::Value:
+        *out = m_ledger.value(slot);
         return true;
+    case State::InProgress:
+        return fail(QStringLiteral("an object contains itself"));
+    case State::List:
+        return fail(QStringLiteral("unexpected object in the object list"));
+    case State::Unseen:
+        break;
     }
+    Object object;
+    if (!m_reader.object(index, &object))
+        return fail(m_reader.errorString());
     if (isPlain(object.type)) {
-        *out = plainValue(object);
+        *out = plainValue(object, index);
         return true;
     }
     if (object.type != Type::Dictionary)
         return fail(QStringLiteral("unexpected object in the object list"));
-    if (m_inProgress.contains(object.offset))
-        return fail(QStringLiteral("an object contains itself"));
     if (depth >= maxDepth)
         return fail(QStringLiteral("objects nested more than %1 levels deep").arg(maxDepth));
-    m_inProgress.insert(object.offset);
-    const bool decoded = decodeRecord(object, out, depth);
-    m_inProgress.remove(object.offset);
-    if (decoded)
-        m_values.insert(object.offset, *out);
-    return decoded;
+    m_ledger.setInProgress(slot);
+    if (!decodeRecord(object, out, depth))
+        return false;
+    m_ledger.setValue(slot, *out);
+    return true;
 }
 
 bool KeyedUnarchiver::decodeRecord(const Object& record, Value* out, int depth)
@@ -239,88 +248,97 @@ bool KeyedUnarchiver::decodeRecord(const Object& record, Value* out, int depth)
     quint64 classUid = 0;
     if (!recordValue(record, QLatin1StringView("$class"), &classRef) || !uidOf(classRef, &classUid))
         return fail(QStringLiteral("record without a class"));
-    ClassEntry entry;
+    ArchiveClass entry;
     if (!classOf(classUid, &entry))
         return false;
-
     switch (entry.kind) {
-    case ClassEntry::Model:
+    case ArchiveClass::Model:
         return decodeModelObject(record, entry, out, depth);
-    case ClassEntry::Array:
-    case ClassEntry::Dictionary:
+    case ArchiveClass::Array:
+    case ArchiveClass::Dictionary:
         return decodeContainer(record, entry, out, depth);
-    case ClassEntry::Date: {
-        Object time;
-        if (!recordValue(record, QLatin1StringView("NS.time"), &time)
-            || (time.type != Type::Real && time.type != Type::Integer && time.type != Type::Date))
+    case ArchiveClass::Unknown:
+        return fail(QStringLiteral("unknown class %1").arg(entry.name));
+    default:
+        return decodePlatformValue(record, entry, out);
+    }
+}
+
+bool KeyedUnarchiver::decodePlatformValue(const Object& record, const ArchiveClass& entry, Value* out)
+{
+    Object value;
+    quint64 index = 0;
+    switch (entry.kind) {
+    case ArchiveClass::Date:
+        if (!recordValue(record, QLatin1StringView("NS.time"), &value)
+            || (value.type != Type::Real && value.type != Type::Integer && value.type != Type::Date))
             return fail(QStringLiteral("date without a time"));
-        *out = Value::date(m_reader.realValue(time));
+        *out = Value::date(m_reader.realValue(value));
         return true;
-    }
-    case ClassEntry::String: {
-        Object text;
-        if (!recordValue(record, QLatin1StringView("NS.string"), &text) || !BinaryPlistReader::isString(text.type))
+    case ArchiveClass::String:
+        if (!recordValue(record, QLatin1StringView("NS.string"), &value, &index) || !BinaryPlistReader::isString(value.type))
             return fail(QStringLiteral("text record without text"));
-        *out = plainValue(text);
+        *out = plainValue(value, index);
         return true;
-    }
-    case ClassEntry::Data: {
-        Object bytes;
-        const bool found = recordValue(record, QLatin1StringView("NS.data"), &bytes)
-            || (m_error.isEmpty() && recordValue(record, QLatin1StringView("NS.bytes"), &bytes));
-        if (!found || bytes.type != Type::Data)
+    case ArchiveClass::Data: {
+        const bool found = recordValue(record, QLatin1StringView("NS.data"), &value, &index)
+            || (m_error.isEmpty() && recordValue(record, QLatin1StringView("NS.bytes"), &value, &index));
+        if (!found || value.type != Type::Data)
             return fail(QStringLiteral("data record without bytes"));
-        *out = plainValue(bytes);
+        *out = plainValue(value, index);
         return true;
     }
-    case ClassEntry::Number: {
+    default: {
         // Number records carry their value under one NS.* key; take the first number found.
-        qsizetype keyOffset = 0;
+        quint64 keyIndex = 0;
         for (quint64 i = 0; i < record.count; ++i) {
-            ++m_steps;
-            Object value;
-            if (keyAt(record, i, &keyOffset) == QLatin1String("$class"))
+            if (!spend(1))
+                return false;
+            if (keyAt(record, i, &keyIndex) == QLatin1String("$class"))
                 continue;
-            if (!m_reader.object(m_reader.ref(record, record.count + i), &value))
+            index = m_reader.ref(record, record.count + i);
+            if (!m_reader.object(index, &value))
                 return fail(m_reader.errorString());
             if (value.type == Type::Integer || value.type == Type::Real || value.type == Type::Bool) {
-                *out = plainValue(value);
+                *out = plainValue(value, index);
                 return true;
             }
         }
         return fail(QStringLiteral("number record without a number"));
     }
-    case ClassEntry::Unknown:
-        break;
     }
-    return fail(QStringLiteral("unknown class %1").arg(entry.name));
 }
 
-bool KeyedUnarchiver::findList(const Object& record, QLatin1StringView key, Object* list)
+bool KeyedUnarchiver::findList(const Object& record, QLatin1StringView key, Object* list, quint64* index)
 {
-    if (!recordValue(record, key, list)) {
+    if (!recordValue(record, key, list, index)) {
         if (!m_error.isEmpty())
             return false;
         *list = Object(); // a missing list is an empty one
         list->type = Type::Array;
-        list->offset = -1;
+        *index = noList;
         return true;
     }
     return list->type == Type::Array || fail(QStringLiteral("%1 is not a list").arg(key));
 }
 
-bool KeyedUnarchiver::decodeList(const Object& list, QLatin1StringView key, ValueList* out, int depth)
+bool KeyedUnarchiver::decodeList(const Object& list, quint64 index, QLatin1StringView key, ValueList* out, int depth)
 {
+    if (index == noList) {
+        out->clear();
+        return true;
+    }
     // Records may share one stored list: its entries are decoded once.
-    const auto known = m_lists.constFind(list.offset);
-    if (known != m_lists.constEnd()) {
-        *out = known.value();
+    const quint64 slot = m_ledger.slot(index);
+    if (m_ledger.state(slot) == State::List) {
+        *out = m_ledger.value(slot).toArray();
         return true;
     }
     ValueList items;
     items.reserve(qsizetype(list.count));
     for (quint64 i = 0; i < list.count; ++i) {
-        ++m_steps;
+        if (!spend(1))
+            return false;
         Object item;
         quint64 uid = 0;
         if (!m_reader.object(m_reader.ref(list, i), &item) || !uidOf(item, &uid))
@@ -330,53 +348,63 @@ bool KeyedUnarchiver::decodeList(const Object& list, QLatin1StringView key, Valu
             return false;
         items.append(value);
     }
-    m_lists.insert(list.offset, items);
+    m_ledger.setList(slot, items);
     *out = items;
     return true;
 }
 
-bool KeyedUnarchiver::decodeContainer(const Object& record, const ClassEntry& entry, Value* out, int depth)
+bool KeyedUnarchiver::decodeContainer(const Object& record, const ArchiveClass& entry, Value* out, int depth)
 {
     const QLatin1StringView objectsKey("NS.objects");
     const QLatin1StringView keysKey("NS.keys");
     Object valueList;
+    quint64 valueIndex = noList;
     ValueList values;
-    if (!findList(record, objectsKey, &valueList))
+    if (!findList(record, objectsKey, &valueList, &valueIndex))
         return false;
-    if (entry.kind == ClassEntry::Array) {
-        if (!decodeList(valueList, objectsKey, &values, depth))
+    if (entry.kind == ArchiveClass::Array) {
+        if (!decodeList(valueList, valueIndex, objectsKey, &values, depth))
             return false;
         *out = Value::array(values, entry.isMutable);
         return true;
     }
     Object keyList;
-    if (!findList(record, keysKey, &keyList))
+    quint64 keyIndex = noList;
+    if (!findList(record, keysKey, &keyList, &keyIndex))
         return false;
     if (keyList.count != valueList.count)
         return fail(QStringLiteral("dictionary with unequal keys and values"));
     ValueList keys;
-    if (!decodeList(keyList, keysKey, &keys, depth) || !decodeList(valueList, objectsKey, &values, depth))
+    if (!decodeList(keyList, keyIndex, keysKey, &keys, depth) || !decodeList(valueList, valueIndex, objectsKey, &values, depth))
         return false;
-    // Records may also share both lists: the dictionary is then built once.
-    const QPair<qsizetype, qsizetype> lists(keyList.offset, valueList.offset);
-    auto known = m_maps.constFind(lists);
-    if (known == m_maps.constEnd()) {
-        ValueMap map;
-        for (qsizetype i = 0; i < keys.size(); ++i) {
-            ++m_steps;
-            if (keys[i].kind() != Value::Kind::String)
-                return fail(QStringLiteral("dictionary key that is not a text"));
-            map.insert(keys[i].toString(), values[i]);
+    // Records may also share both lists: a large dictionary is then built once.
+    const QPair<quint64, quint64> lists(keyIndex == noList ? noList : m_ledger.slot(keyIndex),
+        valueIndex == noList ? noList : m_ledger.slot(valueIndex));
+    const bool remember = keyList.count > smallDictionary;
+    if (remember) {
+        const auto known = m_maps.constFind(lists);
+        if (known != m_maps.constEnd()) {
+            *out = Value::dictionary(known.value(), entry.isMutable);
+            return true;
         }
-        known = m_maps.insert(lists, map);
     }
-    *out = Value::dictionary(known.value(), entry.isMutable);
+    ValueMap map;
+    for (qsizetype i = 0; i < keys.size(); ++i) {
+        if (!spend(1))
+            return false;
+        if (keys[i].kind() != Value::Kind::String)
+            return fail(QStringLiteral("dictionary key that is not a text"));
+        map.insert(keys[i].toString(), values[i]);
+    }
+    if (remember)
+        m_maps.insert(lists, map);
+    *out = Value::dictionary(map, entry.isMutable);
     return true;
 }
 
-int KeyedUnarchiver::fieldIndex(qsizetype keyOffset, const QString& key, const ClassInfo* info)
+int KeyedUnarchiver::fieldIndex(quint64 keyIndex, const QString& key, const ClassInfo* info)
 {
-    const QPair<qsizetype, const ClassInfo*> slot(keyOffset, info);
+    const QPair<quint64, const ClassInfo*> slot(keyIndex, info);
     const auto known = m_fieldIndexes.constFind(slot);
     if (known != m_fieldIndexes.constEnd())
         return known.value();
@@ -389,21 +417,23 @@ int KeyedUnarchiver::fieldIndex(qsizetype keyOffset, const QString& key, const C
     return index;
 }
 
-bool KeyedUnarchiver::decodeModelObject(const Object& record, const ClassEntry& entry, Value* out, int depth)
+bool KeyedUnarchiver::decodeModelObject(const Object& record, const ArchiveClass& entry, Value* out, int depth)
 {
     const ObjectPtr object = entry.info->makeEmpty();
     const auto& fields = entry.info->fields();
     for (quint64 i = 0; i < record.count; ++i) {
-        ++m_steps;
-        qsizetype keyOffset = 0;
-        const QString key = keyAt(record, i, &keyOffset);
+        quint64 keyIndex = 0;
+        if (!spend(1))
+            return false;
+        const QString key = keyAt(record, i, &keyIndex);
         if (!m_error.isEmpty())
             return false;
-        const int index = keyOffset < 0 ? -1 : fieldIndex(keyOffset, key, entry.info);
+        const int index = fieldIndex(keyIndex, key, entry.info);
         if (index < 0)
             continue;
+        const quint64 valueIndex = m_reader.ref(record, record.count + i);
         Object reference;
-        if (!m_reader.object(m_reader.ref(record, record.count + i), &reference))
+        if (!m_reader.object(valueIndex, &reference))
             return fail(m_reader.errorString());
         Value value;
         if (reference.type == Type::Uid) {
@@ -413,7 +443,7 @@ bool KeyedUnarchiver::decodeModelObject(const Object& record, const ClassEntry& 
             if (!decodeUid(valueUid, &value, depth + 1))
                 return false;
         } else if (reference.type != Type::Data && reference.type != Type::Date) {
-            value = plainValue(reference); // scalars encoded inline rather than as objects
+            value = plainValue(reference, valueIndex); // scalars encoded inline rather than as objects
         }
         const FieldInfo& field = fields[size_t(index)];
         if (!kindFits(field.kind, value.kind())) {

@@ -215,6 +215,19 @@ QList<DamagedArchives::Case> DamagedArchives::absurdSizes()
         cases.append({ QStringLiteral("uid-2p32"), a.build(a.addObject(a.record(cls, { { QStringLiteral("NS.objects"), a.plist().array({ wide }) } }))),
             QStringLiteral("NS.objects holds something other than references") });
     }
+    {
+        // Texts of 4,096 characters starting every 4 bytes of one stretch: each
+        // decodes alone, together they would be far more than the file.
+        RawKeyedArchive a(3);
+        RawPlist& p = a.plist();
+        const int stretch = p.add(QByteArray::fromHex("5f111000").repeated(1000) + QByteArray(4096, 'x'));
+        QList<int> texts;
+        for (int i = 0; i < 1000; ++i)
+            texts.append(a.addObjectRef(p.alias(stretch, 4 * i)));
+        const int cls = a.addClass(QStringLiteral("NSArray"), chain(QStringLiteral("NSArray")));
+        cases.append({ QStringLiteral("overlapping-texts"), a.build(a.addObject(arrayRecord(a, cls, texts))),
+            QStringLiteral("objects overlap or repeat beyond what the file's size allows") });
+    }
     cases.append({ QStringLiteral("deep-257"), CraftedArchives::deepNesting(257), QStringLiteral("nested more than 256 levels deep") });
     return cases;
 }

@@ -101,10 +101,10 @@ QByteArray RawPlist::dict(const QList<int>& keys, const QList<int>& values) cons
     return marker(0xD, keys.size()) + refs(keys) + refs(values);
 }
 
-int RawPlist::alias(int index)
+int RawPlist::alias(int index, int delta)
 {
     const int aliasIndex = add(QByteArray());
-    m_aliases.insert(aliasIndex, index);
+    m_aliases.insert(aliasIndex, { index, delta });
     return aliasIndex;
 }
 
@@ -117,7 +117,7 @@ QByteArray RawPlist::build(int top) const
         out.append(m_objects[i]);
     }
     for (auto it = m_aliases.constBegin(); it != m_aliases.constEnd(); ++it)
-        offsets[it.key()] = offsets[it.value()];
+        offsets[it.key()] = offsets[it.value().first] + quint64(it.value().second);
     const quint64 tableOffset = quint64(out.size());
     for (const quint64 offset : offsets) {
         for (int shift = 8 * (m_offsetSize - 1); shift >= 0; shift -= 8)

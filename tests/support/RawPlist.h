@@ -16,8 +16,9 @@ public:
     /// Placeholder for an object whose children are known later.
     int reserve() { return add(QByteArray()); }
     void set(int index, const QByteArray& encodedObject) { m_objects[index] = encodedObject; }
-    /// A second object index whose offset-table entry points at object `index`.
-    int alias(int index);
+    /// A second object index whose offset-table entry points at object
+    /// `index`, or `delta` bytes into it (objects that overlap).
+    int alias(int index, int delta = 0);
 
     QByteArray boolean(bool value) const { return QByteArray(1, value ? '\x09' : '\x08'); }
     QByteArray ascii(const QString& text) const;
@@ -39,7 +40,7 @@ private:
     QByteArray refs(const QList<int>& refs) const;
 
     QList<QByteArray> m_objects;
-    QHash<int, int> m_aliases; ///< object index -> the index whose offset it shares
+    QHash<int, QPair<int, int>> m_aliases; ///< object index -> the index (and byte within it) it points at
     int m_refSize = 1;
     int m_offsetSize = 2;
 };
