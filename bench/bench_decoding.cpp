@@ -27,7 +27,8 @@ double openMs(const QString& package, int runs)
         Document archive;
         times.append(bench::measure([&] {
             DocumentError error;
-            archive.readFromFileWrapper(package, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
+            archive.readFromFileWrapper(
+                package, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
         }).cpuMs);
     }
     return bench::median(times);
@@ -55,7 +56,8 @@ QString writeNormalArchive(const QTemporaryDir& dir, int documents)
     const QString package = dir.filePath(QStringLiteral("normal-%1.quillarc").arg(documents));
     Document archive;
     archive.setUpAfterReading();
-    const QString text = QStringLiteral("Rechnung Lieferschein Betrag Umsatzsteuer invoice payment Größe ").repeated(30);
+    const QString text
+        = QStringLiteral("Rechnung Lieferschein Betrag Umsatzsteuer invoice payment Größe ").repeated(30);
     for (int g = 0; g * 500 < documents; ++g) {
         auto group = QuillarcGroup::create();
         group->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("Gruppe %1").arg(g)));
@@ -117,13 +119,16 @@ int main(int argc, char** argv)
         printRow(QStringLiteral("shared nesting, %1 levels").arg(levels), database.size(), openMs(package, 15));
     }
 
-    std::printf("Decoding shapes that reach one record or list many times (median CPU time of 9; work units are exact)\n");
+    std::printf(
+        "Decoding shapes that reach one record or list many times (median CPU time of 9; work units are exact)\n");
     for (const int levels : { 8, 24, 64 })
         printDecodeRow(QStringLiteral("shared nesting, %1 levels").arg(levels), CraftedArchives::sharedNesting(levels));
     for (const int n : { 1000, 2000, 4000, 8000, 16000 })
-        printDecodeRow(QStringLiteral("%1 UIDs x one %1-key record").arg(n), CraftedArchives::uidsSharingOneRecord(n, n));
+        printDecodeRow(
+            QStringLiteral("%1 UIDs x one %1-key record").arg(n), CraftedArchives::uidsSharingOneRecord(n, n));
     for (const int n : { 1000, 2000, 4000, 8000, 16000 })
-        printDecodeRow(QStringLiteral("%1 records x one %1-item list").arg(n), CraftedArchives::recordsSharingOneList(n, n));
+        printDecodeRow(
+            QStringLiteral("%1 records x one %1-item list").arg(n), CraftedArchives::recordsSharingOneList(n, n));
 
     std::printf("Opening archives written by the engine (median CPU time of 5 opens), and decoding their records\n");
     for (const int documents : { 1000, 10000 }) {
@@ -143,10 +148,11 @@ int main(int argc, char** argv)
         QList<double> runs;
         for (int run = 0; run < 5; ++run)
             runs.append(bench::timeCommandMs(cli, { QStringLiteral("info"), package }));
-        std::printf("  %-20s this build %10.1f ms\n", qPrintable(QFileInfo(package).completeBaseName()), bench::median(runs));
+        std::printf(
+            "  %-20s this build %10.1f ms\n", qPrintable(QFileInfo(package).completeBaseName()), bench::median(runs));
     }
     if (!oldCli.isEmpty()) // one run: an older build may take minutes
-        std::printf("  %-20s %s %10.1f ms\n", qPrintable(QFileInfo(nested.first()).completeBaseName()), qPrintable(oldCli),
-            bench::timeCommandMs(oldCli, { QStringLiteral("info"), nested.first() }));
+        std::printf("  %-20s %s %10.1f ms\n", qPrintable(QFileInfo(nested.first()).completeBaseName()),
+            qPrintable(oldCli), bench::timeCommandMs(oldCli, { QStringLiteral("info"), nested.first() }));
     return 0;
 }

@@ -8,7 +8,6 @@
 #include "store/KeyedUnarchiver.h"
 
 #include <QByteArray>
-
 #include <cstdlib>
 
 namespace {
@@ -45,7 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (root.isNil() || expandedSize(root, 100000) >= 100000)
         return 0;
     const QByteArray dump = CanonicalDump::dump(root);
-    const Value again = KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(root), &error);
+    const Value again
+        = KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(root), &error);
     if (CanonicalDump::dump(again) != dump)
         std::abort();
     return 0;

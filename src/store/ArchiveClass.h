@@ -13,7 +13,7 @@ struct ArchiveClass
 
     QString name;
     Kind kind = Unknown;
-    bool isMutable = false;          ///< the NSMutable... form of a platform class
+    bool isMutable = false; ///< the NSMutable... form of a platform class
     const ClassInfo* info = nullptr; ///< the persisted class, for Model
 
     static ArchiveClass forName(const QString& name);

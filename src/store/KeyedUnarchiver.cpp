@@ -14,7 +14,8 @@ bool kindFits(Value::Kind expected, Value::Kind actual)
 {
     if (actual == Value::Kind::Nil || expected == actual)
         return true;
-    const auto isNumber = [](Value::Kind k) { return k == Value::Kind::Bool || k == Value::Kind::Integer || k == Value::Kind::Real; };
+    const auto isNumber
+        = [](Value::Kind k) { return k == Value::Kind::Bool || k == Value::Kind::Integer || k == Value::Kind::Real; };
     // Numbers are read leniently: a flag stored as an integer, an integer stored as a real...
     return isNumber(expected) && isNumber(actual);
 }
@@ -71,7 +72,8 @@ bool KeyedUnarchiver::decode(const QByteArray& bytes)
         return fail(QStringLiteral("not a keyed archive: the top object is not a dictionary"));
     Object archiver;
     if (recordValue(top, QLatin1StringView("$archiver"), &archiver)
-        && (!BinaryPlistReader::isString(archiver.type) || m_reader.stringValue(archiver) != QLatin1String("NSKeyedArchiver")))
+        && (!BinaryPlistReader::isString(archiver.type)
+            || m_reader.stringValue(archiver) != QLatin1String("NSKeyedArchiver")))
         return fail(QStringLiteral("not a keyed archive: unknown archiver"));
     Object objects;
     if (!recordValue(top, QLatin1StringView("$objects"), &objects) || objects.type != Type::Array)
@@ -276,7 +278,8 @@ bool KeyedUnarchiver::decodePlatformValue(const Object& record, const ArchiveCla
         *out = Value::date(m_reader.realValue(value));
         return true;
     case ArchiveClass::String:
-        if (!recordValue(record, QLatin1StringView("NS.string"), &value, &index) || !BinaryPlistReader::isString(value.type))
+        if (!recordValue(record, QLatin1StringView("NS.string"), &value, &index)
+            || !BinaryPlistReader::isString(value.type))
             return fail(QStringLiteral("text record without text"));
         *out = plainValue(value, index);
         return true;
@@ -375,7 +378,8 @@ bool KeyedUnarchiver::decodeContainer(const Object& record, const ArchiveClass& 
     if (keyList.count != valueList.count)
         return fail(QStringLiteral("dictionary with unequal keys and values"));
     ValueList keys;
-    if (!decodeList(keyList, keyIndex, keysKey, &keys, depth) || !decodeList(valueList, valueIndex, objectsKey, &values, depth))
+    if (!decodeList(keyList, keyIndex, keysKey, &keys, depth)
+        || !decodeList(valueList, valueIndex, objectsKey, &values, depth))
         return false;
     // Records may also share both lists: a large dictionary is then built once.
     const QPair<quint64, quint64> lists(keyIndex == noList ? noList : m_ledger.slot(keyIndex),
@@ -447,9 +451,9 @@ bool KeyedUnarchiver::decodeModelObject(const Object& record, const ArchiveClass
         }
         const FieldInfo& field = fields[size_t(index)];
         if (!kindFits(field.kind, value.kind())) {
-            qCWarning(lcQuillarc).noquote() << QStringLiteral("%1.%2: expected %3, found %4; read as nil")
-                                                   .arg(entry.name, QString(field.key), Value::kindName(field.kind),
-                                                       Value::kindName(value.kind()));
+            qCWarning(lcQuillarc).noquote()
+                << QStringLiteral("%1.%2: expected %3, found %4; read as nil")
+                       .arg(entry.name, QString(field.key), Value::kindName(field.kind), Value::kindName(value.kind()));
             value = Value();
         }
         object->setField(index, value);

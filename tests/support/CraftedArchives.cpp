@@ -2,9 +2,11 @@
 
 namespace {
 const QStringList arrayChain { QStringLiteral("NSArray"), QStringLiteral("NSObject") };
-const QStringList mutableArrayChain { QStringLiteral("NSMutableArray"), QStringLiteral("NSArray"), QStringLiteral("NSObject") };
+const QStringList mutableArrayChain { QStringLiteral("NSMutableArray"), QStringLiteral("NSArray"),
+    QStringLiteral("NSObject") };
 const QStringList dictionaryChain { QStringLiteral("NSDictionary"), QStringLiteral("NSObject") };
-const QStringList mutableDictionaryChain { QStringLiteral("NSMutableDictionary"), QStringLiteral("NSDictionary"), QStringLiteral("NSObject") };
+const QStringList mutableDictionaryChain { QStringLiteral("NSMutableDictionary"), QStringLiteral("NSDictionary"),
+    QStringLiteral("NSObject") };
 
 QStringList modelChain(const QString& name)
 {
@@ -88,7 +90,8 @@ QByteArray CraftedArchives::xmlSharedNesting(int levels)
     return xmlArchive(objects, int(objects.size()));
 }
 
-QByteArray CraftedArchives::dictionaryRecord(RawKeyedArchive& archive, int classUid, const QList<QPair<QString, int>>& entries)
+QByteArray CraftedArchives::dictionaryRecord(
+    RawKeyedArchive& archive, int classUid, const QList<QPair<QString, int>>& entries)
 {
     RawPlist& p = archive.plist();
     QList<int> keys;
@@ -97,10 +100,12 @@ QByteArray CraftedArchives::dictionaryRecord(RawKeyedArchive& archive, int class
         keys.append(archive.uidRef(archive.addObject(p.ascii(key))));
         values.append(archive.uidRef(uid));
     }
-    return archive.record(classUid, { { QStringLiteral("NS.keys"), p.array(keys) }, { QStringLiteral("NS.objects"), p.array(values) } });
+    return archive.record(
+        classUid, { { QStringLiteral("NS.keys"), p.array(keys) }, { QStringLiteral("NS.objects"), p.array(values) } });
 }
 
-QByteArray CraftedArchives::database(const QString& title, const std::function<int(RawKeyedArchive&)>& extra, int groupListings)
+QByteArray CraftedArchives::database(
+    const QString& title, const std::function<int(RawKeyedArchive&)>& extra, int groupListings)
 {
     RawKeyedArchive records(2);
     RawPlist& r = records.plist();
@@ -109,35 +114,43 @@ QByteArray CraftedArchives::database(const QString& title, const std::function<i
     auto text = [&](const QString& value) { return records.addObject(r.ascii(value)); };
     auto field = [&](const QString& key, int uid) { return QPair<QString, QByteArray>(key, r.uid(quint64(uid), 2)); };
 
-    const int documentClass = records.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
+    const int documentClass
+        = records.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
     const int document = records.addObject(records.record(documentClass,
         { field(QStringLiteral("uniqueID"), text(QStringLiteral("D0C00000-0000-4000-8000-000000000001"))),
             field(QStringLiteral("title"), text(QStringLiteral("Rechnung 1"))) }));
     const int documents = records.addObject(arrayRecord(records, mutableArray, { document }));
-    const int groupClass = records.addClass(QStringLiteral("QuillarcGroup"), modelChain(QStringLiteral("QuillarcGroup")));
+    const int groupClass
+        = records.addClass(QStringLiteral("QuillarcGroup"), modelChain(QStringLiteral("QuillarcGroup")));
     const int group = records.addObject(records.record(groupClass,
         { field(QStringLiteral("uniqueID"), text(QStringLiteral("6A000000-0000-4000-8000-000000000001"))),
-            field(QStringLiteral("groupTitle"), text(QStringLiteral("Belege"))), field(QStringLiteral("documents"), documents) }));
+            field(QStringLiteral("groupTitle"), text(QStringLiteral("Belege"))),
+            field(QStringLiteral("documents"), documents) }));
     const int groups = records.addObject(arrayRecord(records, mutableArray, QList<int>(groupListings, group)));
     QList<QPair<QString, int>> properties;
     if (extra)
         properties.append({ QStringLiteral("nested"), extra(records) });
     const int propertyRecord = records.addObject(dictionaryRecord(records, mutableDictionary, properties));
-    const int containerClass = records.addClass(QStringLiteral("QuillarcContainer"), modelChain(QStringLiteral("QuillarcContainer")));
+    const int containerClass
+        = records.addClass(QStringLiteral("QuillarcContainer"), modelChain(QStringLiteral("QuillarcContainer")));
     const int container = records.addObject(records.record(containerClass,
         { field(QStringLiteral("uniqueID"), text(QStringLiteral("C0000000-0000-4000-8000-000000000001"))),
             field(QStringLiteral("containerTitle"), text(title)), field(QStringLiteral("groups"), groups),
             field(QStringLiteral("properties"), propertyRecord) }));
     const int dictionary = records.addClass(QStringLiteral("NSDictionary"), dictionaryChain);
-    const QByteArray companyData = records.build(records.addObject(dictionaryRecord(records, dictionary, { { QStringLiteral("container"), container } })));
+    const QByteArray companyData = records.build(
+        records.addObject(dictionaryRecord(records, dictionary, { { QStringLiteral("container"), container } })));
 
     RawKeyedArchive database(2);
     RawPlist& d = database.plist();
     const int rootClass = database.addClass(QStringLiteral("NSDictionary"), dictionaryChain);
     // Without preferences, setting up would take the archive for a new one and start afresh.
-    const int preferencesClass = database.addClass(QStringLiteral("QuillarcPreferences"), modelChain(QStringLiteral("QuillarcPreferences")));
+    const int preferencesClass
+        = database.addClass(QStringLiteral("QuillarcPreferences"), modelChain(QStringLiteral("QuillarcPreferences")));
     const int preferences = database.addObject(database.record(preferencesClass,
-        { { QStringLiteral("uniqueID"), d.uid(quint64(database.addObject(d.ascii(QStringLiteral("9F000000-0000-4000-8000-000000000001")))), 2) } }));
+        { { QStringLiteral("uniqueID"),
+            d.uid(
+                quint64(database.addObject(d.ascii(QStringLiteral("9F000000-0000-4000-8000-000000000001")))), 2) } }));
     return database.build(database.addObject(dictionaryRecord(database, rootClass,
         { { QStringLiteral("db_version"), database.addObject(d.real(2.0, 4)) },
             { QStringLiteral("db_kind"), database.addObject(d.integer(0, 1)) },
@@ -153,7 +166,8 @@ QByteArray CraftedArchives::uidsSharingOneRecord(int uids, int keys)
 {
     RawKeyedArchive archive(3);
     RawPlist& p = archive.plist();
-    const int documentClass = archive.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
+    const int documentClass
+        = archive.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
     const int title = archive.addObject(p.ascii(QStringLiteral("Rechnung")));
     const int unknownKey = p.add(p.ascii(QStringLiteral("futureKey")));
     const int titleRef = archive.uidRef(title);
@@ -194,7 +208,8 @@ QByteArray CraftedArchives::dictionariesSharingTheirLists(int records, int entri
         keyRefs.append(archive.uidRef(archive.addObject(p.ascii(QStringLiteral("k%1").arg(i)))));
     const QList<int> keys { p.add(p.ascii(QStringLiteral("NS.keys"))), p.add(p.ascii(QStringLiteral("NS.objects"))),
         p.add(p.ascii(QStringLiteral("$class"))) };
-    const QList<int> values { p.add(p.array(keyRefs)), p.add(p.array(QList<int>(entries, value))), archive.uidRef(dictionaryClass) };
+    const QList<int> values { p.add(p.array(keyRefs)), p.add(p.array(QList<int>(entries, value))),
+        archive.uidRef(dictionaryClass) };
     QList<int> all;
     for (int i = 0; i < records; ++i)
         all.append(archive.addObject(p.dict(keys, values)));
@@ -205,10 +220,13 @@ QByteArray CraftedArchives::longKeyInManyRecords(int records, int keyLength)
 {
     RawKeyedArchive archive(3);
     RawPlist& p = archive.plist();
-    const int documentClass = archive.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
+    const int documentClass
+        = archive.addClass(QStringLiteral("QuillarcDocument"), modelChain(QStringLiteral("QuillarcDocument")));
     // "$$" marks an escaped key, which a reader has to unescape before looking it up.
-    const QList<int> keys { p.add(p.ascii(QStringLiteral("$$") + QString(keyLength, QLatin1Char('k')))), p.add(p.ascii(QStringLiteral("$class"))) };
-    const QList<int> values { archive.uidRef(archive.addObject(p.ascii(QStringLiteral("v")))), archive.uidRef(documentClass) };
+    const QList<int> keys { p.add(p.ascii(QStringLiteral("$$") + QString(keyLength, QLatin1Char('k')))),
+        p.add(p.ascii(QStringLiteral("$class"))) };
+    const QList<int> values { archive.uidRef(archive.addObject(p.ascii(QStringLiteral("v")))),
+        archive.uidRef(documentClass) };
     QList<int> all;
     for (int i = 0; i < records; ++i)
         all.append(archive.addObject(p.dict(keys, values)));

@@ -29,8 +29,8 @@ public:
     /// "Belege" that holds one document. `extra`, when given, adds a value
     /// to the records' archive that the container's properties keep under
     /// "nested"; `groupListings` lists the group that many times.
-    static QByteArray database(const QString& title, const std::function<int(RawKeyedArchive&)>& extra = {},
-        int groupListings = 1);
+    static QByteArray database(
+        const QString& title, const std::function<int(RawKeyedArchive&)>& extra = {}, int groupListings = 1);
 
     /// `uids` entries of "$objects" naming one QuillarcDocument record of
     /// `keys` entries, each through an object index of its own that the
@@ -52,5 +52,6 @@ public:
     static QString xmlUid(int uid);
 
     /// A dictionary record {key: UID} with the given class UID.
-    static QByteArray dictionaryRecord(RawKeyedArchive& archive, int classUid, const QList<QPair<QString, int>>& entries);
+    static QByteArray dictionaryRecord(
+        RawKeyedArchive& archive, int classUid, const QList<QPair<QString, int>>& entries);
 };

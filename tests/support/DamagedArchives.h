@@ -15,9 +15,9 @@ class DamagedArchives
 public:
     struct Case
     {
-        QString name;       ///< also the fuzz corpus file name
+        QString name; ///< also the fuzz corpus file name
         QByteArray bytes;
-        QString reason;     ///< a part of the expected error text
+        QString reason; ///< a part of the expected error text
     };
 
     static QList<Case> cycles();

@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-
 #include <cstdio>
 
 int main(int argc, char** argv)
@@ -41,10 +40,12 @@ int main(int argc, char** argv)
     write(QStringLiteral("dictionaries-sharing-lists.bplist"), CraftedArchives::dictionariesSharingTheirLists(32, 32));
     write(QStringLiteral("long-key-everywhere.bplist"), CraftedArchives::longKeyInManyRecords(32, 256));
     write(QStringLiteral("one-class-description.bplist"), CraftedArchives::classesSharingOneDescription(64, 64));
-    for (const auto& cases : { DamagedArchives::cycles(), DamagedArchives::propertyListLoops(), DamagedArchives::absurdSizes(),
-             DamagedArchives::xmlCases() }) {
+    for (const auto& cases : { DamagedArchives::cycles(), DamagedArchives::propertyListLoops(),
+             DamagedArchives::absurdSizes(), DamagedArchives::xmlCases() }) {
         for (const DamagedArchives::Case& c : cases)
-            write(c.name + (c.name.startsWith(QLatin1String("xml-")) ? QStringLiteral(".xml") : QStringLiteral(".bplist")), c.bytes);
+            write(c.name
+                    + (c.name.startsWith(QLatin1String("xml-")) ? QStringLiteral(".xml") : QStringLiteral(".bplist")),
+                c.bytes);
     }
     std::printf("%d files written to %s\n", written, qPrintable(folder.path()));
     return 0;
