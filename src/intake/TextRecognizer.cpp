@@ -75,8 +75,17 @@ int dotsPerInch(const QImage& image)
 
 QString TextRecognizer::languageForKind(int ocrLanguageKind)
 {
-    // Kind 0 leaves the language to the recogniser, whose default is English.
-    return ocrLanguageKind == 2 ? QStringLiteral("deu") : QStringLiteral("eng");
+    switch (ocrLanguageKind) {
+    case 1:
+        return QStringLiteral("eng");
+    case 2:
+        return QStringLiteral("deu");
+    default:
+        // The recogniser's default reads German and English together, so that
+        // umlauts and ß survive when no language was chosen. German comes
+        // first: the first language decides doubtful words.
+        return QStringLiteral("deu+eng");
+    }
 }
 
 QString TextRecognizer::dataPath()

@@ -15,7 +15,8 @@ public:
     /// image logs "NO VALID IMAGE FOR TEXT RECOGNITION" and gives "".
     static QString textForImage(const QImage& image, const ExtractionOptions& options);
 
-    /// The traineddata language used for an ocrLanguageKind ("eng" or "deu").
+    /// The traineddata languages used for an ocrLanguageKind: 1 "eng", 2 "deu",
+    /// every other kind the recogniser's default "deu+eng".
     static QString languageForKind(int ocrLanguageKind);
 
     /// Where the traineddata files are looked up; TESSDATA_PREFIX overrides it.
