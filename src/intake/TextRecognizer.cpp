@@ -1,5 +1,6 @@
 #include "intake/TextRecognizer.h"
 
+#include "intake/RecognitionThreads.h"
 #include "model/Logging.h"
 
 #include <QFile>
@@ -107,6 +108,7 @@ QString TextRecognizer::textForImage(const QImage& image, const ExtractionOption
     tesseract::TessBaseAPI* engine = engineFor(languageForKind(options.ocrLanguageKind), accurate);
     if (!engine)
         return result;
+    RecognitionThreads::applyToCallingThread();
 
     QImage bitmap = greyBitmap(image);
     int dpi = dotsPerInch(image);

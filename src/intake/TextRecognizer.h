@@ -7,7 +7,8 @@
 
 /// Recognises the text in a bitmap. Each recognised text line is one
 /// observation and is appended as " " + the line, so the result starts with a
-/// space whenever anything was found and never holds a line end.
+/// space whenever anything was found and never holds a line end. One
+/// recognition uses at most RecognitionThreads::limit() threads.
 class TextRecognizer
 {
 public:
