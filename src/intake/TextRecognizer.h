@@ -7,8 +7,9 @@
 
 /// Recognises the text in a bitmap. Each recognised text line is one
 /// observation and is appended as " " + the line, so the result starts with a
-/// space whenever anything was found and never holds a line end. One
-/// recognition uses at most RecognitionThreads::limit() threads.
+/// space whenever anything was found and never holds a line end. Pages turned
+/// by 90, 180 or 270 degrees are read upright. One recognition uses at most
+/// RecognitionThreads::limit() threads.
 class TextRecognizer
 {
 public:
