@@ -10,12 +10,14 @@ PACKAGES=(
   # engine libraries
   libpoppler-qt6-dev
   libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu tesseract-ocr-osd
-  libzip-dev libuchardet-dev libheif-dev libsane-dev
+  libzip-dev libuchardet-dev libheif-dev libsane-dev libjpeg-dev zlib1g-dev
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
   shared-mime-info fonts-dejavu-core fonts-wqy-microhei
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
+  # scanning: SANE's test scanner (in libsane1) and scanimage for the benchmark
+  libsane1 sane-utils
 )
 
 missing=()
