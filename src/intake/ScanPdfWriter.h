@@ -7,9 +7,11 @@
 #include <QString>
 #include <memory>
 
+class ScanImageEncoder;
+
 /// Writes scanned pages as a PDF, one image per page, line by line: grey and
 /// colour pages are JPEG-compressed as the lines arrive, line art is deflated
-/// at one bit per pixel. Only the compressed output and one line pass through
+/// at one bit per pixel (ScanImageEncoder). Only the compressed output and one line pass through
 /// memory, so a 1200 dpi colour page costs no more memory than a 75 dpi one.
 ///
 /// The file is written under a temporary name beside its final one, and only
@@ -43,8 +45,6 @@ public:
     int pageCount() const { return m_pageCount; }
     QString path() const { return m_path; }
 
-    struct ImageEncoder;
-
 private:
     bool write(const QByteArray& bytes);
     int beginObject();
@@ -61,6 +61,6 @@ private:
     int m_pageCount = 0;
     int m_imageLengthObject = 0;
     int m_linesLeft = 0;
-    std::unique_ptr<ImageEncoder> m_encoder;
+    std::unique_ptr<ScanImageEncoder> m_encoder;
     QString m_error;
 };
