@@ -121,7 +121,6 @@ ScanSession::Result ScanSession::readFrame(const ScanFrame& frame, ScanLineAssem
 ScanSession::Result ScanSession::scanPage(const ScanFrame& frame, ScanPdfWriter& writer, int page)
 {
     ScanLineAssembler assembler(frame);
-    QString error;
     if (frame.lines >= 0) {
         if (assembler.isSupported()
             && !writer.beginPage(assembler.kind(), assembler.width(), frame.lines, frame.resolution, &m_errorString))
@@ -196,9 +195,9 @@ ScanSession::Result ScanSession::scanDocument(const QString& deviceName, const S
             return finish(Result::NoDocuments);
         if (started != ScannerBackend::Status::Ok)
             return finish(started == ScannerBackend::Status::Cancelled ? Result::Cancelled : Result::Failed);
-        const Result page_ = scanPage(frame, writer, page);
-        if (page_ != Result::Finished)
-            return finish(page_);
+        const Result scanned = scanPage(frame, writer, page);
+        if (scanned != Result::Finished)
+            return finish(scanned);
         m_pageCount = writer.pageCount();
     }
     finish(Result::Finished);
