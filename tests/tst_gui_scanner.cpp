@@ -2,13 +2,14 @@
 #include "TestSupport.h"
 #include "app/scanner/ScanPreviewView.h"
 #include "app/scanner/ScannerWindow.h"
+#include "controls/KVButton.h"
+#include "controls/KVTessaryProgress.h"
 #include "intake/FakeScannerBackend.h"
 #include "model/QuillarcContainer.h"
 
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
@@ -127,16 +128,17 @@ private Q_SLOTS:
         QTRY_VERIFY(isReady(&window));
         QSignalSpy scanned(&window, &ScannerWindow::scannedToURL);
         QTest::mouseClick(child<QPushButton>(&window, "scanButton"), Qt::LeftButton);
-        auto* cancel = child<QPushButton>(&window, "cancelButton");
-        QTRY_VERIFY(child<QProgressBar>(&window, "progress")->value() > 0);
-        QVERIFY(cancel->isVisible());
-        QTest::mouseClick(cancel, Qt::LeftButton);
+        auto* progress = child<KVTessaryProgress>(&window, "progress");
+        QTRY_VERIFY(progress->value() > 0);
+        QVERIFY(progress->isCancelVisible());
+        QCOMPARE(progress->text(), text("SCANNER_PAGE_PROGRESS").arg(1));
+        QTest::mouseClick(progress->findChild<KVButton*>(), Qt::LeftButton);
         QTRY_VERIFY(!window.isBusy());
         QCOMPARE(window.message(), text("SCANNER_CANCELLED"));
         QCOMPARE(scanned.count(), 0);
         QCOMPARE(scansLeft(), QStringList());
         QVERIFY(fake->openDeviceName().isEmpty());
-        QVERIFY(!cancel->isVisible());
+        QVERIFY(!progress->isVisible());
         QVERIFY(window.isVisible());
     }
 

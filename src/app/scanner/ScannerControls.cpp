@@ -1,6 +1,7 @@
 #include "app/scanner/ScannerControls.h"
 
 #include "app/i18n/Localizer.h"
+#include "controls/KVTessaryProgress.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QComboBox>
@@ -8,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 
@@ -43,7 +43,9 @@ ScannerControls::ScannerControls(QWidget* parent)
     : QWidget(parent)
 {
     m_deviceCombo = named(new QComboBox, "deviceCombo");
-    m_deviceCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    // Long device names are cut, not allowed to widen the column.
+    m_deviceCombo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_deviceCombo->setMinimumContentsLength(20);
     m_refreshButton = named(new QPushButton(QStringLiteral("SCANNER_REFRESH")), "refreshButton");
     auto* deviceRow = new QHBoxLayout;
     deviceRow->addWidget(m_deviceCombo, 1);
@@ -80,15 +82,8 @@ ScannerControls::ScannerControls(QWidget* parent)
     m_messageLabel = named(new QLabel, "messageLabel");
     m_messageLabel->setWordWrap(true);
     m_messageLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_progressLabel = new QLabel;
-    for (QLabel* label : { m_messageLabel, m_progressLabel })
-        Localizer::markAsData(label);
-    // A plain progress bar until the application's own progress view is in.
-    m_progress = named(new QProgressBar, "progress");
-    m_cancelButton = named(new QPushButton(QStringLiteral("Cancel")), "cancelButton");
-    auto* progressRow = new QHBoxLayout;
-    progressRow->addWidget(m_progress, 1);
-    progressRow->addWidget(m_cancelButton);
+    Localizer::markAsData(m_messageLabel);
+    m_progress = named(new KVTessaryProgress, "progress");
 
     m_overviewButton = named(new QPushButton(QStringLiteral("overviewControlLabel")), "overviewButton");
     m_scanButton = named(new QPushButton(QStringLiteral("scanControlLabel")), "scanButton");
@@ -104,15 +99,16 @@ ScannerControls::ScannerControls(QWidget* parent)
     layout->addWidget(m_pages);
     layout->addStretch(1);
     layout->addWidget(m_messageLabel);
-    layout->addWidget(m_progressLabel);
-    layout->addLayout(progressRow);
+    layout->addWidget(m_progress);
     layout->addLayout(buttons);
     showMessage(QString());
+    // One width in every state, so the column does not jump when progress appears.
+    setFixedWidth(400);
 
     connect(m_refreshButton, &QPushButton::clicked, this, &ScannerControls::refreshRequested);
     connect(m_overviewButton, &QPushButton::clicked, this, &ScannerControls::overviewRequested);
     connect(m_scanButton, &QPushButton::clicked, this, &ScannerControls::scanRequested);
-    connect(m_cancelButton, &QPushButton::clicked, this, &ScannerControls::cancelRequested);
+    connect(m_progress, &KVTessaryProgress::cancelRequested, this, &ScannerControls::cancelRequested);
     connect(m_deviceCombo, &QComboBox::activated, this, &ScannerControls::deviceChosen);
     connect(m_nameEdit, &QLineEdit::textEdited, this, &ScannerControls::documentTitleEdited);
 }
@@ -183,10 +179,13 @@ QString ScannerControls::message() const
 
 void ScannerControls::showProgress(bool scan, int page, int percent)
 {
-    m_progress->setRange(0, percent < 0 ? 0 : 100); // no range: the bar moves without a figure
+    m_progress->setIndeterminate(percent < 0);
+    m_progress->setRange(0, 100);
     m_progress->setValue(std::max(0, percent));
-    m_progressLabel->setText(
-        scan && page > 0 ? localizedString(QStringLiteral("SCANNER_PAGE_PROGRESS")).arg(page) : QString());
+    if (scan && page > 0)
+        m_progress->setText(localizedString(QStringLiteral("SCANNER_PAGE_PROGRESS")).arg(page));
+    else if (!scan)
+        m_progress->setText(QString());
 }
 
 void ScannerControls::setState(const State& state)
@@ -199,8 +198,5 @@ void ScannerControls::setState(const State& state)
     m_overviewButton->setEnabled(state.ready);
     m_scanButton->setEnabled(state.ready);
     m_progress->setVisible(state.busy);
-    m_progressLabel->setVisible(state.scanning);
-    m_cancelButton->setVisible(state.scanning);
-    if (!state.busy)
-        m_progress->setRange(0, 100);
+    m_progress->setCancelVisible(state.scanning);
 }

@@ -4,16 +4,17 @@
 
 #include <QWidget>
 
+class KVTessaryProgress;
 class QComboBox;
 class QLabel;
 class QLineEdit;
-class QProgressBar;
 class QPushButton;
 class QStackedWidget;
 
 /// The controls column of the scanner window: the device list with its
 /// refresh button, the chosen device's source, mode and resolution, the name
-/// the scan is saved under, a message line, progress with Cancel, and the
+/// the scan is saved under, a message line, progress with Cancel
+/// (KVTessaryProgress), and the
 /// overview and scan buttons. It shows what it is given and reports clicks;
 /// ScannerWindow decides what happens.
 class ScannerControls : public QWidget
@@ -44,7 +45,7 @@ public:
 
     void showMessage(const QString& text);
     QString message() const;
-    /// Page 0 or percent -1: work without a figure.
+    /// Page 0 or percent -1: work without a figure (the spinner turns).
     void showProgress(bool scan, int page, int percent);
     void setState(const State& state);
 
@@ -67,9 +68,7 @@ private:
     QComboBox* m_resolutionCombo = nullptr;
     QLineEdit* m_nameEdit = nullptr;
     QLabel* m_messageLabel = nullptr;
-    QLabel* m_progressLabel = nullptr;
-    QProgressBar* m_progress = nullptr;
-    QPushButton* m_cancelButton = nullptr;
+    KVTessaryProgress* m_progress = nullptr;
     QPushButton* m_overviewButton = nullptr;
     QPushButton* m_scanButton = nullptr;
     int m_deviceCount = 0;
