@@ -4,7 +4,10 @@
 #include "model/QuillarcContainer.h"
 #include "store/ArchivedFile.h"
 #include "store/AtomicFile.h"
+#include "store/ArchiveSnapshot.h"
 #include "store/DatabaseWriter.h"
+#include "store/Fingerprint.h"
+#include "store/KeyedArchiver.h"
 #include "store/IntegrityValidator.h"
 #include "store/KeyedUnarchiver.h"
 
@@ -392,6 +395,59 @@ private Q_SLOTS:
         QVERIFY(!written.isEmpty());
         for (const QFileInfo& copy : written)
             QCOMPARE(copy.size(), qint64(300 * 1024));
+    }
+
+    void theStreamedDatabaseIsTheArchiveOfItsDictionary()
+    {
+        // Written in one pass with the records' bytes and fingerprint filled
+        // in on the way, the file is exactly what encoding it whole gives.
+        const QString path = m_home.freshPath(QStringLiteral("streamed")) + QStringLiteral(".quillarc");
+        ArchiveFixture fixture(path);
+        const auto group = fixture.addGroup(QStringLiteral("Gruppe ä"));
+        for (int i = 0; i < 300; ++i)
+            fixture.addDocument(group, QStringLiteral("d%1").arg(i), "x")
+                ->setField(QuillarcDocument::ContentString, Value::string(QString(300 + i, QChar(0x00e4 + i % 3))));
+        ArchiveSnapshot snapshot = fixture.archive().fileWrapperOfType();
+        snapshot.prepareLookups();
+        const QString file = m_home.path() + QStringLiteral("/streamed.qldb");
+        QString error;
+        QVERIFY2(DatabaseWriter::writeDatabase(snapshot, file, &error), qPrintable(error));
+
+        ValueMap company;
+        company.insert(QStringLiteral("container"), snapshot.container);
+        const QByteArray records = KeyedArchiver::archivedDataWithRootObject(Value::dictionary(company, false), &snapshot);
+        const Value whole = DatabaseWriter::databaseDictionary(
+            snapshot, Value::data(records), Fingerprint::saltedFingerprint(records, Fingerprint::salt()));
+        QCOMPARE(readFile(file), KeyedArchiver::archivedDataWithRootObject(whole, &snapshot));
+    }
+
+    void sharedListsAreSavedOnce()
+    {
+        // Each level holds the level below twice: written out in full that
+        // is 2^40 lists; stored once per level it is a few kilobytes.
+        Value shared = Value::array({ Value::string(QStringLiteral("leaf")) });
+        for (int level = 0; level < 40; ++level)
+            shared = Value::array({ shared, shared });
+        const QString path = m_home.freshPath(QStringLiteral("shared")) + QStringLiteral(".quillarc");
+        ArchiveFixture fixture(path);
+        const auto group = fixture.addGroup(QStringLiteral("G"));
+        ValueMap properties;
+        properties.insert(QStringLiteral("nested"), shared);
+        group->setField(QuillarcGroup::Properties, Value::dictionary(properties));
+        QVERIFY(fixture.save());
+        QVERIFY(QFileInfo(databasePath(path)).size() < 64 * 1024);
+
+        const auto reopened = ArchiveFixture::reopen(path);
+        QVERIFY(reopened);
+        Value level = reopened->allGroups().first()->field(QuillarcGroup::Properties).toDictionary().value(QStringLiteral("nested"));
+        for (int i = 0; i < 40; ++i) {
+            QCOMPARE(level.toArray().size(), 2);
+            // Lists of texts are written at each place; lists that lead further once.
+            if (i < 39)
+                QCOMPARE(level.toArray().at(0).containerIdentity(), level.toArray().at(1).containerIdentity());
+            level = level.toArray().at(0);
+        }
+        QCOMPARE(level.toArray().first().toString(), QStringLiteral("leaf"));
     }
 
     void aKilledSaveWithDeletionsLeavesAnArchiveThatValidates()

@@ -35,6 +35,8 @@ int runDump(const QStringList& arguments)
     if (root.isNil())
         return cliFail("dump", QStringLiteral("%1 is not a readable keyed archive: %2").arg(file, error));
     const QByteArray text = member ? CanonicalDump::dump(root) : CanonicalDump::dumpDatabase(root, semantic);
+    if (text.isEmpty())
+        return cliFail("dump", CanonicalDump::tooLargeMessage());
     cliOutBytes(text);
     return ExitOk;
 }

@@ -126,6 +126,17 @@ public:
     /// Fills every field with its default (new objects).
     void applyDefaults();
 
+    /// Marks the object as reached by the walk numbered @p walk over the
+    /// object graph; false when that walk reached it before. Walks run on the
+    /// main thread only.
+    bool markReached(quint64 walk) const
+    {
+        if (m_reachedBy == walk)
+            return false;
+        m_reachedBy = walk;
+        return true;
+    }
+
     static QString newUniqueID();
 
 protected:
@@ -148,4 +159,5 @@ private:
     const ClassInfo& m_classInfo;
     std::shared_ptr<FieldValues> m_values;
     ChangeNode* m_parent = nullptr;
+    mutable quint64 m_reachedBy = 0;
 };

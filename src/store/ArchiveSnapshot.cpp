@@ -6,16 +6,32 @@
 
 namespace {
 // Records nest container, group list, group, document list, document and
-// its tags: far below this. Deeper values are not records of an archive.
-constexpr int maxDepth = 64;
+// its tags: far below this.
+constexpr int maxDepth = 512; // beyond what decoding accepts
 } // namespace
 
 void ArchiveSnapshot::captureObjects()
 {
+    static quint64 walks = 0; // captures run on the main thread only
+    m_walk = ++walks;
     m_objects.clear();
     m_objects.reserve(1024);
+    m_reachedContainers.clear();
     captureValue(container, 0);
     captureValue(preferences, 0);
+}
+
+bool ArchiveSnapshot::firstVisit(const Value& container)
+{
+    // Lists of texts (tags) are leaves and need no bookkeeping; a list that
+    // leads further is walked once however often it is shared.
+    if (!container.hasNestedValues())
+        return false;
+    const void* identity = container.containerIdentity();
+    if (m_reachedContainers.contains(identity))
+        return false;
+    m_reachedContainers.insert(identity);
+    return true;
 }
 
 void ArchiveSnapshot::captureValue(const Value& value, int depth)
@@ -24,22 +40,27 @@ void ArchiveSnapshot::captureValue(const Value& value, int depth)
         return;
     switch (value.kind()) {
     case Value::Kind::Array:
+        if (!firstVisit(value))
+            break;
         for (const Value& item : value.toArray()) {
             if (item.kind() >= Value::Kind::Array)
                 captureValue(item, depth + 1);
         }
         break;
     case Value::Kind::Dictionary:
+        if (!firstVisit(value))
+            break;
         for (const Value& item : value.toDictionary()) {
             if (item.kind() >= Value::Kind::Array)
                 captureValue(item, depth + 1);
         }
         break;
     case Value::Kind::Object: {
-        // No lookups here: an object met twice is simply recorded twice and
-        // sorted out on the save thread, which keeps the main thread's share
-        // to one shared reference per object.
+        // The object carries the mark of this walk: no lookups on the main
+        // thread, and an object met twice is recorded and walked once.
         const ObjectPtr object = value.toObject();
+        if (!object->markReached(m_walk))
+            break;
         std::shared_ptr<const FieldValues> fields = object->sharedFields();
         const FieldValues& values = *fields;
         m_objects.push_back({ object.get(), std::move(fields) });

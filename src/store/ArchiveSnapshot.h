@@ -48,7 +48,11 @@ private:
     };
 
     void captureValue(const Value& value, int depth);
+    /// True the first time a list or dictionary that leads further is met.
+    bool firstVisit(const Value& container);
     std::vector<Captured>::const_iterator find(const QuillarcDatabaseObject& object) const;
 
     std::vector<Captured> m_objects;
+    QSet<const void*> m_reachedContainers;
+    quint64 m_walk = 0;
 };

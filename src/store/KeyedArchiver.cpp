@@ -208,6 +208,27 @@ quint64 KeyedArchiver::encodeObject(const ObjectPtr& object)
     return uid;
 }
 
+bool KeyedArchiver::knownContainer(const Value& container, quint64* uid)
+{
+    // A list or dictionary that leads further is stored once however often
+    // it is shared, as an object is: sharing never multiplies its contents.
+    // Lists of texts are simply written again, which costs no more than a
+    // reference each.
+    if (!container.hasNestedValues()) {
+        *uid = reserveSlot();
+        return false;
+    }
+    const quintptr key = quintptr(container.containerIdentity()) | (container.isMutableContainer() ? 1 : 0);
+    const auto it = m_containerUids.constFind(key);
+    if (it != m_containerUids.constEnd()) {
+        *uid = it.value();
+        return true;
+    }
+    *uid = reserveSlot();
+    m_containerUids.insert(key, *uid);
+    return false;
+}
+
 quint64 KeyedArchiver::encode(const Value& value)
 {
     switch (value.kind()) {
@@ -234,7 +255,9 @@ quint64 KeyedArchiver::encode(const Value& value)
         return uid;
     }
     case Value::Kind::Array: {
-        const quint64 uid = reserveSlot();
+        quint64 uid = 0;
+        if (knownContainer(value, &uid))
+            return uid;
         const size_t start = m_scratch.size();
         for (const Value& item : value.toArray()) {
             const quint64 itemUid = encode(item);
@@ -248,7 +271,9 @@ quint64 KeyedArchiver::encode(const Value& value)
         return uid;
     }
     case Value::Kind::Dictionary: {
-        const quint64 uid = reserveSlot();
+        quint64 uid = 0;
+        if (knownContainer(value, &uid))
+            return uid;
         const ValueMap& map = value.toDictionary();
         const size_t start = m_scratch.size();
         // All keys first, then all values, as the reference archiver does.

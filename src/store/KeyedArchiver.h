@@ -64,6 +64,9 @@ private:
     quint64 encodeString(const QString& text);
     quint64 encodeNumber(const Value& value);
     quint64 encodeObject(const ObjectPtr& object);
+    /// Reserves the record of a list or dictionary, or finds the one it
+    /// already has (true): shared containers that lead further are stored once.
+    bool knownContainer(const Value& container, quint64* uid);
     quint64 appendSlot(Ref ref);
     quint64 reserveSlot();
     quint64 classDescription(const QString& className, const QStringList& chain);
@@ -91,6 +94,7 @@ private:
     quint64 m_platformClasses[PlatformClassCount] = {};
     QHash<const ClassInfo*, ModelClass> m_modelClasses;
     QHash<const void*, quint64> m_objectUids;
+    QHash<quintptr, quint64> m_containerUids; ///< by storage, mutability in the lowest bit
     QHash<QString, quint64> m_stringUids;
     QHash<quint64, quint64> m_numberUids[4]; ///< bool, integer, real32, real64 by bits
 };
