@@ -104,7 +104,7 @@ void AppDelegate::launch(const QStringList& arguments, const QString& workingDir
     if (!urls.isEmpty()) {
         QTimer::singleShot(0, this, [this, urls] {
             for (const QString& url : urls)
-                handleURL(QUrl(url));
+                handleURL(url);
         });
     }
 }
@@ -201,8 +201,9 @@ void AppDelegate::presentLaunchFailure(const QString& path, const QString& reaso
     });
 }
 
-bool AppDelegate::handleURL(const QUrl& url)
+bool AppDelegate::handleURL(const QString& urlText)
 {
+    const QUrl url(urlText);
     if (m_documentController->documents().isEmpty()) {
         const QStringList recent = m_documentController->recentDocumentURLs();
         if (!recent.isEmpty()) {
@@ -215,7 +216,7 @@ bool AppDelegate::handleURL(const QUrl& url)
     }
     const UrlRouter::Command command = UrlRouter::commandFor(url);
     // Parsed for every command; no command reads a parameter yet.
-    UrlRouter::queryDictionary(url);
+    UrlRouter::queryDictionary(urlText);
     const QString name = url.host().toLower();
     auto walk = [this, name] {
         // A hook kept on purpose: commands will act on each open archive here.
@@ -249,7 +250,7 @@ void AppDelegate::openArguments(const QStringList& arguments, const QString& wor
     }
     for (const QString& argument : arguments) {
         if (isCommandUrl(argument))
-            handleURL(QUrl(argument));
+            handleURL(argument);
         else
             openArchiveArgument(QDir(workingDirectory).absoluteFilePath(argument), false);
     }

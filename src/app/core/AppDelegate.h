@@ -44,8 +44,8 @@ public:
     bool applicationShouldOpenUntitledFile();
     /// Opens only a file whose last path component is exactly "quillarcdoc".
     bool applicationOpenFile(const QString& path);
-    /// One quillarc:// command; the answer says whether it was known.
-    bool handleURL(const QUrl& url);
+    /// One quillarc:// command, as written; the answer says whether it was known.
+    bool handleURL(const QString& urlText);
     /// Arguments of this or another process: archives are opened, URLs handled.
     void openArguments(const QStringList& arguments, const QString& workingDirectory);
 

@@ -16,11 +16,16 @@ UrlRouter::Command UrlRouter::commandFor(const QUrl& url)
     return Command::Unknown;
 }
 
-std::optional<QMap<QString, QString>> UrlRouter::queryDictionary(const QUrl& url)
+std::optional<QMap<QString, QString>> UrlRouter::queryDictionary(const QString& urlText)
 {
     // The query as it was written, escapes kept: names are used undecoded.
-    const QString query = url.query(QUrl::FullyEncoded);
-    if (url.path().isEmpty() || !url.hasQuery() || query.size() < 3)
+    const QUrl url(urlText);
+    const qsizetype start = urlText.indexOf(QLatin1Char('?'));
+    qsizetype end = urlText.indexOf(QLatin1Char('#'), start < 0 ? 0 : start);
+    if (end < 0)
+        end = urlText.size();
+    const QString query = start < 0 || start > end ? QString() : urlText.mid(start + 1, end - start - 1);
+    if (url.path().isEmpty() || start < 0 || start > end || query.size() < 3)
         return std::nullopt;
 
     QMap<QString, QString> dictionary;

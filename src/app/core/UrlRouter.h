@@ -22,7 +22,9 @@ Command commandFor(const QUrl& url);
 /// value (the text between the first and a second "=") is percent-decoded as
 /// UTF-8, the name is not; a later pair replaces an earlier one of the same
 /// name, and a value that does not decode removes the name.
-std::optional<QMap<QString, QString>> queryDictionary(const QUrl& url);
+///
+/// Takes the URL as written: QUrl would normalise escapes in the query.
+std::optional<QMap<QString, QString>> queryDictionary(const QString& urlText);
 
 /// Percent-decodes @p text as UTF-8; nothing for a broken escape or bytes
 /// that are not UTF-8.

@@ -104,9 +104,11 @@ void ArchiveSaving::saveTo(const QString& packagePath, Done done, bool alertOnFa
                 done(true);
             return;
         }
-        m_lastError = error;
+        // The user is told where, not only why.
+        const QString database = QDir(packagePath).filePath(QLatin1String(Document::databaseName));
+        m_lastError = error.contains(packagePath) ? error : QStringLiteral("%1: %2").arg(database, error);
         if (alertOnFailure) {
-            MessageBox::alert(window, MessageBox::Icon::Critical, localizedString(key("SAVE_ERROR_TITLE")), error,
+            MessageBox::alert(window, MessageBox::Icon::Critical, localizedString(key("SAVE_ERROR_TITLE")), m_lastError,
                 { localizedString(key("OK")) });
         }
         if (done)

@@ -57,6 +57,8 @@ ArchiveWindow::ArchiveWindow(Document* document, QWidget* parent)
             updateChangeCount(ChangeType::Done);
     });
     connect(document, &Document::changed, this, &ArchiveWindow::refreshTitle);
+    // The archive's preferences decide some commands (set-up done).
+    connect(document, &Document::changed, this, &ArchiveWindow::commandStateChanged);
     connect(m_saving, &ArchiveSaving::closeDecided, this, &ArchiveWindow::finishClose);
     connect(m_titlebarView, &TitleStrip::infoRequested, this,
         [this] { m_popovers->showInfoWithTag(0, m_titlebarView->infoButton()); });
