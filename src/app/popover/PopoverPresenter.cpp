@@ -51,8 +51,13 @@ void PopoverPresenter::present(PopoverController* controller, QWidget* anchor, P
 
 void PopoverPresenter::closePopover()
 {
-    if (m_popover)
+    if (m_popover) {
+        // Give the keyboard back to the window first: with no active window
+        // the application counts as inactive and would close the next popover too.
+        if (m_popover->isActiveWindow())
+            m_window->activateWindow();
         m_popover->close();
+    }
     m_popover = nullptr;
     m_controller = nullptr;
 }
