@@ -12,10 +12,11 @@ PACKAGES=(
   libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu tesseract-ocr-osd
   libzip-dev libuchardet-dev libheif-dev libsane-dev
   qt6-image-formats-plugins
-  # runtime data: MIME database, fonts for reports and rendering
-  shared-mime-info fonts-dejavu-core fonts-wqy-microhei
+  # runtime data: MIME database, fonts for reports and rendering, the
+  # application's font family (Inter), URL-handler registration
+  shared-mime-info fonts-dejavu-core fonts-wqy-microhei fonts-inter xdg-utils
   # tests, benchmarks and fuzzing
-  poppler-utils clang libclang-rt-14-dev
+  poppler-utils clang libclang-rt-14-dev desktop-file-utils
 )
 
 missing=()

@@ -97,8 +97,9 @@ void AppDelegate::launch(const QStringList& arguments, const QString& workingDir
     bool opened = false;
     for (const QString& file : std::as_const(files))
         opened = openArchiveArgument(QDir(workingDirectory).absoluteFilePath(file), true) || opened;
-    // A start with nothing to open (or nothing that opened) asks the untitled question.
-    if (!opened && urls.isEmpty() && applicationShouldOpenUntitledFile())
+    // A start with nothing to open (or nothing that opened and nothing to
+    // explain) asks the untitled question.
+    if (!opened && urls.isEmpty() && !m_launchFailurePending && applicationShouldOpenUntitledFile())
         m_documentController->openUntitledDocumentAndDisplay();
     applicationDidFinishLaunching();
     if (!urls.isEmpty()) {
@@ -184,7 +185,9 @@ void AppDelegate::presentLaunchFailure(const QString& path, const QString& reaso
 {
     // Started for an archive that does not open: say so and offer a way on
     // instead of leaving the user without any window.
+    m_launchFailurePending = true;
     QTimer::singleShot(0, this, [this, path, reason] {
+        m_launchFailurePending = false;
         if (!m_documentController->documents().isEmpty())
             return;
         MessageBox::alert(nullptr, MessageBox::Icon::Warning, localizedString(key("DOCUMENT_OPEN_ERROR.")),

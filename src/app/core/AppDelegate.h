@@ -102,6 +102,7 @@ private:
     bool m_applicationHasStarted = false;
     bool m_installOfferEnabled = false;
     bool m_quitting = false;
+    bool m_launchFailurePending = false;
     std::function<void()> m_quitHandler;
     std::function<bool(const QUrl&)> m_urlOpener;
 };
