@@ -14,6 +14,8 @@
 #include <QSettings>
 #include <QSignalSpy>
 
+#include <unistd.h>
+
 /// What the application opens: at launch, from arguments and links of other
 /// processes, from the recent list and the open dialog, and what happens
 /// when an archive does not open.
@@ -148,6 +150,22 @@ private Q_SLOTS:
         QFETCH(QString, explanation);
         QVERIFY2(alerts.first().contains(explanation), qPrintable(alerts.first()));
         QCOMPARE(readFile(database), before); // nothing was written to it
+    }
+
+    void readOnlyArchiveOpensWithAWarning()
+    {
+        if (::geteuid() == 0)
+            QSKIP("file permissions do not bind the superuser");
+        const QString path = archive(QStringLiteral("ReadOnly"));
+        const QString database = QDir(path).filePath(QLatin1String(Document::databaseName));
+        QFile::setPermissions(database, QFileDevice::ReadOwner);
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+        AppDelegate delegate;
+        MessageBox::setNextAnswer(0);
+        delegate.openRecentDocument(path, nullptr);
+        QCOMPARE(windows(delegate).size(), 1);
+        QVERIFY(MessageBox::takeAskedAlerts().value(0).startsWith(text("ARCHIVE_READ_ONLY_TITLE")));
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
 
     void archiveOpenElsewhereAsksFirst()

@@ -10,6 +10,8 @@
 #include "text/KVLocalizationDictionary.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -91,6 +93,14 @@ void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool
     Q_EMIT recentDocumentsChanged();
     if (display)
         window->show();
+    // Opening works on a read-only package, saving will not: say so now, not at closing time.
+    const QString package = document->packagePath();
+    if (!QFileInfo(package).isWritable()
+        || !QFileInfo(QDir(package).filePath(QLatin1String(Document::databaseName))).isWritable()) {
+        MessageBox::alert(window, MessageBox::Icon::Warning, localizedString(key("ARCHIVE_READ_ONLY_TITLE")),
+            QStringLiteral("%1\n\n%2").arg(package, localizedString(key("ARCHIVE_READ_ONLY_TEXT"))),
+            { localizedString(key("OK")) });
+    }
     if (completion)
         completion(window, {}, false);
 }
