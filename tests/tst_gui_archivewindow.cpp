@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "GuiTestMain.h"
-
 #include "app/core/Delays.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
@@ -32,7 +31,8 @@ private:
     {
         const QString path = m_home.freshPath(stem) + QStringLiteral(".quillarc");
         ArchiveFixture archive(path);
-        archive.archive().container()->setField(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Belege")));
+        archive.archive().container()->setField(
+            QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Belege")));
         archive.archive().preferences()->setField(QuillarcPreferences::IsSetupDone, Value::boolean(true));
         archive.addGroup(QStringLiteral("2024"));
         archive.save();
@@ -43,7 +43,8 @@ private:
     {
         auto* document = new Document;
         DocumentError error;
-        if (document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error) != Document::ReadResult::Success) {
+        if (document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error)
+            != Document::ReadResult::Success) {
             delete document;
             return nullptr;
         }
@@ -165,7 +166,8 @@ private Q_SLOTS:
         QCOMPARE(window->windowTitle().remove(QStringLiteral("[*]")), QString());
         QCOMPARE(window->displayName(), QString());
 
-        window->document()->container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Kasse")));
+        window->document()->container()->setValue(
+            QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Kasse")));
         QTRY_VERIFY(window->isDirty());
         QCOMPARE(window->titlebarView()->title(), QStringLiteral("Kasse"));
 
@@ -182,7 +184,8 @@ private Q_SLOTS:
         QPointer<ArchiveWindow> window = open(path);
         QVERIFY(window->document()->isAlreadyOpen());
         window->document()->preferences()->setField(QuillarcPreferences::ValidationPosssible, Value::boolean(false));
-        window->document()->container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Kasse")));
+        window->document()->container()->setValue(
+            QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("Kasse")));
         QSignalSpy closed(window.data(), &ArchiveWindow::closed);
 
         window->close();
@@ -253,7 +256,10 @@ private Q_SLOTS:
         FileDialog::setNextFileName(chosen + QStringLiteral(".quillarc"));
         MessageBox::setNextAnswer(0);
         bool answered = false;
-        second->saving()->saveDocument([&answered, &saved](bool ok) { answered = true; saved = ok; });
+        second->saving()->saveDocument([&answered, &saved](bool ok) {
+            answered = true;
+            saved = ok;
+        });
         QTRY_VERIFY(answered);
         QVERIFY(!saved);
         QVERIFY(second->isUntitled());

@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "GuiTestMain.h"
-
 #include "app/core/Delays.h"
 #include "app/i18n/Localizer.h"
 #include "app/popover/HelpPopover.h"
@@ -164,8 +163,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("save");
-        QTest::newRow("de") << "de" << "Datei" << "Sichern";
-        QTest::newRow("en") << "en" << "File" << "Save";
+        QTest::newRow("de") << "de"
+                            << "Datei"
+                            << "Sichern";
+        QTest::newRow("en") << "en"
+                            << "File"
+                            << "Save";
     }
 
     void menusSpeakBothLanguages()
@@ -187,11 +190,15 @@ private Q_SLOTS:
             QVERIFY2(action, qPrintable(info.command));
             QVERIFY2(action->text() != info.textKey, qPrintable(info.command));
         }
-        QCOMPARE(menus->action(QStringLiteral("showSearchPopover:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+F")));
-        QCOMPARE(menus->action(QStringLiteral("showPreferencesWindow:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+,")));
-        QCOMPARE(menus->action(QStringLiteral("mainViewQuickLookDocumentAction:"))->shortcut(), QKeySequence(Qt::Key_Space));
+        QCOMPARE(
+            menus->action(QStringLiteral("showSearchPopover:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+F")));
+        QCOMPARE(menus->action(QStringLiteral("showPreferencesWindow:"))->shortcut(),
+            QKeySequence(QStringLiteral("Ctrl+,")));
+        QCOMPARE(
+            menus->action(QStringLiteral("mainViewQuickLookDocumentAction:"))->shortcut(), QKeySequence(Qt::Key_Space));
         QCOMPARE(menus->action(QStringLiteral("terminateByHand:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
-        QCOMPARE(window->titlebarView()->infoButton()->toolTip(), localizedString(QStringLiteral("HELP_BUTTON_TOOLTIP")));
+        QCOMPARE(
+            window->titlebarView()->infoButton()->toolTip(), localizedString(QStringLiteral("HELP_BUTTON_TOOLTIP")));
     }
 
     void secondPopoverReplacesTheFirst()
@@ -212,16 +219,16 @@ private Q_SLOTS:
         QCOMPARE(first->document(), window->document());
         QCOMPARE(shownCount, 1);
 
-        PopoverController* second = popovers->showPopoverWithNIBName(QStringLiteral("Test_Popover"), anchor,
-            Popover::Behavior::Transient, 5);
+        PopoverController* second
+            = popovers->showPopoverWithNIBName(QStringLiteral("Test_Popover"), anchor, Popover::Behavior::Transient, 5);
         QTRY_VERIFY(firstPopover.isNull());
         QCOMPARE(popovers->kvPopoverViewController(), second);
         QVERIFY(popovers->kvPopover()->isVisible());
         QCOMPARE(shownCount, 2);
 
         // A class nobody registered shows an empty popover.
-        PopoverController* empty = popovers->showPopoverWithNIBName(QStringLiteral("Missing_Popover"), anchor,
-            Popover::Behavior::Transient, 0);
+        PopoverController* empty = popovers->showPopoverWithNIBName(
+            QStringLiteral("Missing_Popover"), anchor, Popover::Behavior::Transient, 0);
         QVERIFY(empty && !dynamic_cast<CountingPopover*>(empty));
         popovers->closePopover();
     }

@@ -1,11 +1,10 @@
 #include "GuiTestMain.h"
-
 #include "app/core/AppDelegate.h"
+#include "app/core/AppSettings.h"
 #include "app/core/Delays.h"
 #include "app/core/DesktopIntegration.h"
 #include "app/core/DocumentController.h"
 #include "app/core/InstallOfferDialog.h"
-#include "app/core/AppSettings.h"
 
 #include <QCheckBox>
 #include <QLabel>
@@ -93,7 +92,8 @@ private Q_SLOTS:
         if (QStandardPaths::findExecutable(QStringLiteral("xdg-mime")).isEmpty())
             QSKIP("xdg-mime is not installed: registration is logged, not done");
         QVERIFY(registered.first().at(0).toBool());
-        const QString handlers = QString::fromUtf8(readFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list")));
+        const QString handlers
+            = QString::fromUtf8(readFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list")));
         QVERIFY2(handlers.contains(QStringLiteral("x-scheme-handler/quillarc=quillarc.desktop")), qPrintable(handlers));
     }
 

@@ -1,5 +1,4 @@
 #include "GuiTestMain.h"
-
 #include "app/core/InstanceChannel.h"
 
 #include <QLocalServer>
@@ -10,7 +9,6 @@
 #include <QSysInfo>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -25,7 +23,10 @@ class TestGuiInstanceChannel : public QObject
 private:
     int m_counter = 0;
 
-    QString freshName() { return QStringLiteral("channel-%1-%2").arg(QCoreApplication::applicationPid()).arg(++m_counter); }
+    QString freshName()
+    {
+        return QStringLiteral("channel-%1-%2").arg(QCoreApplication::applicationPid()).arg(++m_counter);
+    }
 
     /// Forwards from another thread, as a second process would, while this
     /// thread keeps answering.
@@ -36,7 +37,8 @@ private:
             if (second.start() != InstanceChannel::Role::Secondary)
                 return QStringLiteral("not secondary");
             QString error;
-            return second.forward(arguments, QStringLiteral("/work/dir"), &error, timeoutMs) ? QStringLiteral("ok") : error;
+            return second.forward(arguments, QStringLiteral("/work/dir"), &error, timeoutMs) ? QStringLiteral("ok")
+                                                                                             : error;
         });
     }
 
@@ -49,7 +51,8 @@ private Q_SLOTS:
         QCOMPARE(first.start(), InstanceChannel::Role::Primary);
         QSignalSpy received(&first, &InstanceChannel::messageReceived);
 
-        const QStringList arguments = { QStringLiteral("Belege 2024.quillarc"), QStringLiteral("quillarc://action/x?a=ä") };
+        const QStringList arguments
+            = { QStringLiteral("Belege 2024.quillarc"), QStringLiteral("quillarc://action/x?a=ä") };
         QFuture<QString> sent = forwardElsewhere(first.name(), arguments);
         QTRY_VERIFY(sent.isFinished());
         QCOMPARE(sent.result(), QStringLiteral("ok"));
@@ -75,8 +78,11 @@ private Q_SLOTS:
         ended.start(QStringLiteral("true"));
         QVERIFY(ended.waitForFinished());
         const qint64 deadPid = ended.processId() ? ended.processId() : 999999;
-        QVERIFY(writeFile(probe.lockPath(), QStringLiteral("%1\n%2\n%3\n").arg(deadPid).arg(QCoreApplication::applicationName(),
-                                                  QSysInfo::machineHostName()).toUtf8()));
+        QVERIFY(writeFile(probe.lockPath(),
+            QStringLiteral("%1\n%2\n%3\n")
+                .arg(deadPid)
+                .arg(QCoreApplication::applicationName(), QSysInfo::machineHostName())
+                .toUtf8()));
 
         // A socket file left behind: bound, never unlinked.
         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);

@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "GuiTestMain.h"
-
 #include "app/core/AppDelegate.h"
 #include "app/core/AppSettings.h"
 #include "app/core/Delays.h"
@@ -13,7 +12,6 @@
 
 #include <QSettings>
 #include <QSignalSpy>
-
 #include <unistd.h>
 
 /// What the application opens: at launch, from arguments and links of other
@@ -85,7 +83,8 @@ private Q_SLOTS:
             paths.append(archive(QStringLiteral("Recent")));
             RecentDocuments::noteNewRecentDocument(paths.last());
         }
-        RecentDocuments::noteNewRecentDocument(paths.at(5) + QStringLiteral("/Quillarc.qldb")); // the database names its package
+        RecentDocuments::noteNewRecentDocument(
+            paths.at(5) + QStringLiteral("/Quillarc.qldb")); // the database names its package
         QStringList recent = RecentDocuments::recentDocumentURLs();
         QCOMPARE(recent.size(), 10);
         QCOMPARE(recent.first(), paths.at(5));
@@ -105,8 +104,8 @@ private Q_SLOTS:
         AppDelegate delegate;
         ArchiveWindow* first = nullptr;
         ArchiveWindow* second = nullptr;
-        delegate.documentController()->openDocumentWithContentsOfURL(path, true,
-            [&first](ArchiveWindow* window, const DocumentError&, bool) { first = window; });
+        delegate.documentController()->openDocumentWithContentsOfURL(
+            path, true, [&first](ArchiveWindow* window, const DocumentError&, bool) { first = window; });
         delegate.documentController()->openDocumentWithContentsOfURL(path + QStringLiteral("/Quillarc.qldb"), true,
             [&second](ArchiveWindow* window, const DocumentError&, bool) { second = window; });
         QVERIFY(first);
@@ -119,9 +118,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("damage");
         QTest::addColumn<QString>("explanation");
-        QTest::newRow("folder gone") << "gone" << "no such folder";
-        QTest::newRow("no database") << "no database" << "Quillarc.qldb";
-        QTest::newRow("damaged database") << "damaged" << "is damaged";
+        QTest::newRow("folder gone") << "gone"
+                                     << "no such folder";
+        QTest::newRow("no database") << "no database"
+                                     << "Quillarc.qldb";
+        QTest::newRow("damaged database") << "damaged"
+                                          << "is damaged";
         QTest::newRow("newer format") << "newer" << text("PLEASE_UPDATE_TO_LATEST_HINT");
     }
 
@@ -171,8 +173,9 @@ private Q_SLOTS:
     void archiveOpenElsewhereAsksFirst()
     {
         const QString path = archive(QStringLiteral("Elsewhere"));
-        rewriteDatabase(path, { { QStringLiteral("isAlreadyOpen"), Value::boolean(true) },
-                                  { QStringLiteral("host"), Value::string(QStringLiteral("office-pc (Erika Muster)")) } });
+        rewriteDatabase(path,
+            { { QStringLiteral("isAlreadyOpen"), Value::boolean(true) },
+                { QStringLiteral("host"), Value::string(QStringLiteral("office-pc (Erika Muster)")) } });
         AppDelegate delegate;
         bool quit = false;
         delegate.setQuitHandler([&quit] { quit = true; });

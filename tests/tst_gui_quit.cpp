@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "GuiTestMain.h"
-
 #include "app/core/AppDelegate.h"
 #include "app/core/Delays.h"
 #include "app/core/DocumentController.h"
@@ -26,7 +25,8 @@ private:
     {
         const QString path = m_home.freshPath(stem) + QStringLiteral(".quillarc");
         ArchiveFixture fixture(path);
-        fixture.archive().container()->setField(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("old")));
+        fixture.archive().container()->setField(
+            QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("old")));
         fixture.save();
         return path;
     }
@@ -39,12 +39,16 @@ private:
             delegate.documentController()->openDocumentWithContentsOfURL(paths.at(i), false,
                 [&windows](ArchiveWindow* window, const DocumentError&, bool) { windows.append(window); });
             if (edited.at(i))
-                windows.last()->document()->container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("new")));
+                windows.last()->document()->container()->setValue(
+                    QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("new")));
         }
         return windows;
     }
 
-    static QString titleOnDisk(const QString& path) { return ArchiveFixture::reopen(path)->container()->containerTitle(); }
+    static QString titleOnDisk(const QString& path)
+    {
+        return ArchiveFixture::reopen(path)->container()->containerTitle();
+    }
 
 private Q_SLOTS:
     void initTestCase() { Delays::setScaleForTesting(0.01); }
@@ -56,7 +60,8 @@ private Q_SLOTS:
 
     void chainStopsAtTheFirstCleanArchive()
     {
-        const QStringList paths = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
+        const QStringList paths
+            = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
         AppDelegate delegate;
         bool quit = false;
         delegate.setQuitHandler([&quit] { quit = true; });
@@ -89,7 +94,8 @@ private Q_SLOTS:
 
     void chainGoesOnWhileTheNextArchiveIsEdited()
     {
-        const QStringList paths = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
+        const QStringList paths
+            = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
         AppDelegate delegate;
         delegate.setQuitHandler([] {});
         const QList<ArchiveWindow*> windows = openAll(delegate, paths, { false, true, true });
@@ -147,7 +153,8 @@ private Q_SLOTS:
 
     void quitCommandSavesEveryEditedArchive()
     {
-        const QStringList paths = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
+        const QStringList paths
+            = { archive(QStringLiteral("A")), archive(QStringLiteral("B")), archive(QStringLiteral("C")) };
         AppDelegate delegate;
         bool quit = false;
         delegate.setQuitHandler([&quit] { quit = true; });

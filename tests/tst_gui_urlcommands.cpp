@@ -1,6 +1,5 @@
 #include "ArchiveFixture.h"
 #include "GuiTestMain.h"
-
 #include "app/core/AppDelegate.h"
 #include "app/core/Delays.h"
 #include "app/core/DocumentController.h"

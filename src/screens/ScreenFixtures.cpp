@@ -1,8 +1,8 @@
 #include "ScreenFixtures.h"
 
 #include "ScreenRegistry.h"
-
 #include "app/core/Delays.h"
+#include "app/window/ArchiveSaving.h"
 #include "app/window/ArchiveWindow.h"
 #include "app/window/WelcomeDuration.h"
 #include "model/QuillarcContainer.h"
@@ -10,6 +10,10 @@
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
 
 QString ScreenFixtures::archive(ScreenContext& context, const QString& title, int groups, int documents)
 {
@@ -23,8 +27,10 @@ QString ScreenFixtures::archive(ScreenContext& context, const QString& title, in
         group->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("%1 %2").arg(2021 + g)));
         for (int d = 0; d < documents; ++d) {
             auto record = QuillarcDocument::create();
-            record->setField(QuillarcDocument::Title, Value::string(QStringLiteral("Rechnung %1-%2").arg(g + 1).arg(d + 1)));
-            record->setField(QuillarcDocument::Name, Value::string(QStringLiteral("rechnung-%1-%2").arg(g + 1).arg(d + 1)));
+            record->setField(
+                QuillarcDocument::Title, Value::string(QStringLiteral("Rechnung %1-%2").arg(g + 1).arg(d + 1)));
+            record->setField(
+                QuillarcDocument::Name, Value::string(QStringLiteral("rechnung-%1-%2").arg(g + 1).arg(d + 1)));
             group->mutableField(QuillarcGroup::Documents).mutableArray().append(Value::object(record));
         }
         archive.container()->mutableField(QuillarcContainer::Groups).mutableArray().append(Value::object(group));
@@ -53,5 +59,27 @@ ArchiveWindow* ScreenFixtures::openWindow(ScreenContext& context, const QString&
         ScreenContext::waitFor([window] { return window->welcomeView() != nullptr; });
     }
     Delays::setScaleForTesting(0.0);
+    // With delays scaled to nothing the auto-save would clear every edited mark at once.
+    if (QTimer* autoSave = window->saving()->autoSaveTimer())
+        autoSave->stop();
+    ScreenContext::settle(50); // saves already started complete now, not during the picture
     return window;
+}
+
+QWidget* ScreenFixtures::shownAlert(QWidget* window)
+{
+    QMessageBox* found = nullptr;
+    ScreenContext::waitFor([&found, window] {
+        const QList<QMessageBox*> boxes = window ? window->findChildren<QMessageBox*>() : QList<QMessageBox*>();
+        for (QMessageBox* box : boxes) {
+            if (box->isVisible())
+                found = box;
+        }
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* box = qobject_cast<QMessageBox*>(widget); box && box->isVisible())
+                found = box;
+        }
+        return found != nullptr;
+    });
+    return found;
 }

@@ -21,7 +21,9 @@ ScreenContext::~ScreenContext()
 
 QString ScreenContext::freshPath(const QString& stem)
 {
-    return QStringLiteral("%1/%2-%3-%4").arg(m_scratch, stem, m_language).arg(++m_counter);
+    // Unique across rounds: every picture gets archives of its own.
+    static int counter = 0;
+    return QStringLiteral("%1/%2-%3-%4").arg(m_scratch, stem, m_language).arg(++counter);
 }
 
 bool ScreenContext::waitFor(const std::function<bool()>& condition)

@@ -4,7 +4,6 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
-
 #include <functional>
 
 class QWidget;
@@ -32,7 +31,6 @@ private:
     QString m_language;
     bool m_dark;
     QString m_scratch;
-    int m_counter = 0;
     QList<QPointer<QObject>> m_kept;
 };
 
@@ -56,5 +54,6 @@ public:
 #define QUILLARC_SCREEN_CONCAT2(a, b) a##b
 #define QUILLARC_SCREEN_CONCAT(a, b) QUILLARC_SCREEN_CONCAT2(a, b)
 /// QUILLARC_SCREEN("welcome", [](ScreenContext& context) -> QWidget* { ... });
-#define QUILLARC_SCREEN(name, ...)                                                                              \
-    static const bool QUILLARC_SCREEN_CONCAT(screenRegistered_, __LINE__) = ScreenRegistry::add(QStringLiteral(name), __VA_ARGS__)
+#define QUILLARC_SCREEN(name, ...)                                                                                     \
+    static const bool QUILLARC_SCREEN_CONCAT(screenRegistered_, __LINE__)                                              \
+        = ScreenRegistry::add(QStringLiteral(name), __VA_ARGS__)

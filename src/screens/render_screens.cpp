@@ -5,7 +5,6 @@
 
 #include "ScreenRegistry.h"
 #include "ScreenTheme.h"
-
 #include "app/core/AppInfo.h"
 #include "app/core/AppSettings.h"
 #include "app/core/Delays.h"
@@ -17,7 +16,6 @@
 #include <QPixmap>
 #include <QTemporaryDir>
 #include <QWidget>
-
 #include <cstdio>
 
 int main(int argc, char** argv)
@@ -62,7 +60,8 @@ int main(int argc, char** argv)
                 ScreenContext context(language, dark, scratch.path());
                 QWidget* widget = entry.render(context);
                 const QString file = QStringLiteral("%1/%2-%3-%4%5.png")
-                                         .arg(out, entry.name, language, dark ? QStringLiteral("dark") : QStringLiteral("light"), suffix);
+                                         .arg(out, entry.name, language,
+                                             dark ? QStringLiteral("dark") : QStringLiteral("light"), suffix);
                 if (!widget) {
                     std::fprintf(stderr, "render_screens: %s gave no widget\n", qPrintable(entry.name));
                     ++failed;

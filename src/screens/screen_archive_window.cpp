@@ -1,6 +1,5 @@
 #include "ScreenFixtures.h"
 #include "ScreenRegistry.h"
-
 #include "app/window/ArchiveWindow.h"
 #include "app/window/WelcomeView.h"
 

@@ -32,7 +32,8 @@ QString key(const char* text)
 bool namesArchive(const QString& path)
 {
     const QFileInfo info(path);
-    return info.fileName().endsWith(QLatin1String(".quillarc")) || info.fileName() == QLatin1String(Document::databaseName)
+    return info.fileName().endsWith(QLatin1String(".quillarc"))
+        || info.fileName() == QLatin1String(Document::databaseName)
         || (info.isDir() && QFileInfo::exists(QDir(path).filePath(QLatin1String(Document::databaseName))));
 }
 
@@ -135,8 +136,8 @@ bool AppDelegate::applicationShouldOpenUntitledFile()
     if (recent.isEmpty())
         return true;
     const QString path = recent.first();
-    m_documentController->openDocumentWithContentsOfURL(path, true,
-        [this, path](ArchiveWindow*, const DocumentError& error, bool quitting) {
+    m_documentController->openDocumentWithContentsOfURL(
+        path, true, [this, path](ArchiveWindow*, const DocumentError& error, bool quitting) {
             if (error.isNull())
                 return;
             qCWarning(lcQuillarc).noquote() << QStringLiteral("Unable to open document: %1").arg(error.text());
@@ -150,10 +151,11 @@ bool AppDelegate::applicationOpenFile(const QString& path)
 {
     if (QFileInfo(path).fileName() != QLatin1String("quillarcdoc"))
         return false;
-    m_documentController->openDocumentWithContentsOfURL(path, true,
-        [path](ArchiveWindow*, const DocumentError& error, bool) {
+    m_documentController->openDocumentWithContentsOfURL(
+        path, true, [path](ArchiveWindow*, const DocumentError& error, bool) {
             if (!error.isNull())
-                qCWarning(lcQuillarc).noquote() << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
+                qCWarning(lcQuillarc).noquote()
+                    << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
         });
     return true;
 }
@@ -167,12 +169,13 @@ bool AppDelegate::openArchiveArgument(const QString& path, bool atLaunch)
         return false;
     }
     bool opened = false;
-    m_documentController->openDocumentWithContentsOfURL(path, true,
-        [this, path, atLaunch, &opened](ArchiveWindow* window, const DocumentError& error, bool quitting) {
+    m_documentController->openDocumentWithContentsOfURL(
+        path, true, [this, path, atLaunch, &opened](ArchiveWindow* window, const DocumentError& error, bool quitting) {
             opened = window != nullptr;
             if (error.isNull() || quitting)
                 return;
-            qCWarning(lcQuillarc).noquote() << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
+            qCWarning(lcQuillarc).noquote()
+                << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
             if (atLaunch)
                 presentLaunchFailure(path, error.text());
             else
@@ -193,13 +196,15 @@ void AppDelegate::presentLaunchFailure(const QString& path, const QString& reaso
         MessageBox::alert(nullptr, MessageBox::Icon::Warning, localizedString(key("DOCUMENT_OPEN_ERROR.")),
             QStringLiteral("%1\n\n%2").arg(path, reason),
             { localizedString(key("MENU_NEW")), localizedString(key("MENU_OPEN")), localizedString(key("Quit_App")) },
-            [this](int answer) {
+            [self = QPointer<AppDelegate>(this)](int answer) {
+                if (!self)
+                    return;
                 if (answer == 0)
-                    newDocument();
+                    self->newDocument();
                 else if (answer == 1)
-                    openDocument(nullptr);
+                    self->openDocument(nullptr);
                 else
-                    terminate();
+                    self->terminate();
             });
     });
 }
@@ -210,10 +215,11 @@ bool AppDelegate::handleURL(const QString& urlText)
     if (m_documentController->documents().isEmpty()) {
         const QStringList recent = m_documentController->recentDocumentURLs();
         if (!recent.isEmpty()) {
-            m_documentController->openDocumentWithContentsOfURL(recent.first(), true,
-                [](ArchiveWindow*, const DocumentError& error, bool) {
+            m_documentController->openDocumentWithContentsOfURL(
+                recent.first(), true, [](ArchiveWindow*, const DocumentError& error, bool) {
                     if (!error.isNull())
-                        qCWarning(lcQuillarc).noquote() << QStringLiteral("Unable to open document: %1").arg(error.text());
+                        qCWarning(lcQuillarc).noquote()
+                            << QStringLiteral("Unable to open document: %1").arg(error.text());
                 });
         }
     }
@@ -350,6 +356,4 @@ void AppDelegate::checkForNews()
     // published number and shows itself when there is something new.
 }
 
-void AppDelegate::loadNEWS()
-{
-}
+void AppDelegate::loadNEWS() { }

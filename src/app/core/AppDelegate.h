@@ -4,7 +4,6 @@
 #include <QPointer>
 #include <QStringList>
 #include <QUrl>
-
 #include <functional>
 #include <memory>
 
@@ -52,7 +51,7 @@ public:
     /// YES only with no archive open and both settings "lastWindowClosingAllowed"
     /// and "tessarysCompanyCheck" on.
     bool applicationShouldTerminateAfterLastWindowClosed() const;
-    void applicationWillTerminate() {}
+    void applicationWillTerminate() { }
     /// Asks to quit: the save chain, then every window closes (saving first).
     void terminate();
     /// The Quit command: saves every edited archive, then asks to quit.

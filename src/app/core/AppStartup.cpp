@@ -17,7 +17,6 @@
 #include <QStandardPaths>
 #include <QSysInfo>
 #include <QTimer>
-
 #include <cstdio>
 
 namespace {
@@ -26,24 +25,28 @@ namespace {
 void installStartupProbe(AppDelegate& delegate)
 {
     auto* watch = new QElapsedTimer;
-    QObject::connect(delegate.documentController(), &DocumentController::documentsChanged, &delegate, [&delegate, watch] {
-        static bool seen = false;
-        const QList<ArchiveWindow*> windows = delegate.documentController()->documents();
-        if (seen || windows.isEmpty())
-            return;
-        seen = true;
-        ArchiveWindow* window = windows.first();
-        QTimer::singleShot(0, window, [] { std::printf("probe window-shown\n"); std::fflush(stdout); });
-        QObject::connect(window, &ArchiveWindow::mainViewLoaded, window, [window, watch] {
-            watch->start();
-            QTimer::singleShot(0, window, [watch] {
-                std::printf("probe main-view-ready %.3f\n", double(watch->nsecsElapsed()) / 1e6);
+    QObject::connect(
+        delegate.documentController(), &DocumentController::documentsChanged, &delegate, [&delegate, watch] {
+            static bool seen = false;
+            const QList<ArchiveWindow*> windows = delegate.documentController()->documents();
+            if (seen || windows.isEmpty())
+                return;
+            seen = true;
+            ArchiveWindow* window = windows.first();
+            QTimer::singleShot(0, window, [] {
+                std::printf("probe window-shown\n");
                 std::fflush(stdout);
-                delete watch;
-                QCoreApplication::exit(0);
+            });
+            QObject::connect(window, &ArchiveWindow::mainViewLoaded, window, [window, watch] {
+                watch->start();
+                QTimer::singleShot(0, window, [watch] {
+                    std::printf("probe main-view-ready %.3f\n", double(watch->nsecsElapsed()) / 1e6);
+                    std::fflush(stdout);
+                    delete watch;
+                    QCoreApplication::exit(0);
+                });
             });
         });
-    });
 }
 } // namespace
 

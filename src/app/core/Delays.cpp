@@ -1,7 +1,6 @@
 #include "app/core/Delays.h"
 
 #include <QString>
-
 #include <cmath>
 
 namespace {

@@ -14,7 +14,6 @@
 #include <QProcess>
 #include <QSaveFile>
 #include <QStandardPaths>
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -156,19 +155,21 @@ void DesktopIntegration::runRegistration(QStringList steps, bool ok)
         return;
     }
     const QStringList arguments = tool == QLatin1String("xdg-mime")
-        ? QStringList { QStringLiteral("default"), AppInfo::desktopEntryName(), QStringLiteral("x-scheme-handler/quillarc") }
+        ? QStringList { QStringLiteral("default"), AppInfo::desktopEntryName(),
+              QStringLiteral("x-scheme-handler/quillarc") }
         : QStringList { QFileInfo(userEntryPath()).absolutePath() };
     auto* process = new QProcess(this);
     process->setProcessChannelMode(QProcess::MergedChannels);
-    connect(process, &QProcess::finished, this, [this, process, steps, ok, tool](int code, QProcess::ExitStatus status) {
-        const bool worked = status == QProcess::NormalExit && code == 0;
-        if (!worked) {
-            qCWarning(lcQuillarc).noquote()
-                << QStringLiteral("%1 failed: %2").arg(tool, QString::fromLocal8Bit(process->readAll()).trimmed());
-        }
-        process->deleteLater();
-        runRegistration(steps, ok && worked);
-    });
+    connect(
+        process, &QProcess::finished, this, [this, process, steps, ok, tool](int code, QProcess::ExitStatus status) {
+            const bool worked = status == QProcess::NormalExit && code == 0;
+            if (!worked) {
+                qCWarning(lcQuillarc).noquote()
+                    << QStringLiteral("%1 failed: %2").arg(tool, QString::fromLocal8Bit(process->readAll()).trimmed());
+            }
+            process->deleteLater();
+            runRegistration(steps, ok && worked);
+        });
     connect(process, &QProcess::errorOccurred, this, [this, process, steps, ok, tool](QProcess::ProcessError problem) {
         if (problem != QProcess::FailedToStart)
             return;

@@ -62,8 +62,8 @@ QStringList DocumentController::recentDocumentURLs() const
     return RecentDocuments::recentDocumentURLs();
 }
 
-void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool display,
-    const OpenCompletion& completion)
+void DocumentController::openDocumentWithContentsOfURL(
+    const QString& path, bool display, const OpenCompletion& completion)
 {
     if (ArchiveWindow* open = documentForPath(path)) {
         if (display)
@@ -76,8 +76,8 @@ void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool
     auto* document = new Document;
     document->setOpenElsewhereQuestion(m_question);
     DocumentError error;
-    const Document::ReadResult result =
-        document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error);
+    const Document::ReadResult result
+        = document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error);
     document->setOpenElsewhereQuestion(nullptr);
     if (result != Document::ReadResult::Success) {
         delete document;
@@ -134,7 +134,8 @@ void DocumentController::openDocument(QWidget* parent)
     FileDialog::Options options;
     options.title = localizedString(key("OPEN_PANEL_TITLE"));
     options.directory = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    options.nameFilters = { localizedString(key("ARCHIVE_FILE_FILTER")) + QStringLiteral(" (*.quillarc Quillarc.qldb)") };
+    options.nameFilters
+        = { localizedString(key("ARCHIVE_FILE_FILTER")) + QStringLiteral(" (*.quillarc Quillarc.qldb)") };
     options.acceptPackages = true;
     FileDialog::openFile(parent, options, [this, parent = QPointer<QWidget>(parent)](const QString& path) {
         if (!path.isEmpty())
@@ -144,13 +145,15 @@ void DocumentController::openDocument(QWidget* parent)
 
 void DocumentController::openRecentDocument(const QString& path, QWidget* parent)
 {
-    openDocumentWithContentsOfURL(path, true, [path, parent](ArchiveWindow*, const DocumentError& error, bool quitting) {
-        if (error.isNull())
-            return;
-        qCWarning(lcQuillarc).noquote() << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
-        if (!quitting)
-            presentError(error, parent);
-    });
+    openDocumentWithContentsOfURL(
+        path, true, [path, parent](ArchiveWindow*, const DocumentError& error, bool quitting) {
+            if (error.isNull())
+                return;
+            qCWarning(lcQuillarc).noquote()
+                << QStringLiteral("Unable to open document: %1, %2").arg(path, error.text());
+            if (!quitting)
+                presentError(error, parent);
+        });
 }
 
 void DocumentController::clearRecentDocuments()
@@ -164,8 +167,8 @@ void DocumentController::presentError(const DocumentError& error, QWidget* paren
     QString details = error.localizedFailureReason;
     if (!error.localizedRecoverySuggestion.isEmpty())
         details += QStringLiteral("\n\n") + error.localizedRecoverySuggestion;
-    MessageBox::alert(parent, MessageBox::Icon::Warning, error.localizedDescription, details,
-        { localizedString(key("OK")) });
+    MessageBox::alert(
+        parent, MessageBox::Icon::Warning, error.localizedDescription, details, { localizedString(key("OK")) });
 }
 
 void DocumentController::closeAll(std::function<void(bool allClosed)> done)

@@ -12,7 +12,6 @@
 #include <QStandardPaths>
 #include <QThread>
 #include <QtEndian>
-
 #include <unistd.h>
 
 namespace {
@@ -91,8 +90,8 @@ InstanceChannel::Role InstanceChannel::start(QString* error)
     return m_role = Role::Primary;
 }
 
-bool InstanceChannel::forward(const QStringList& arguments, const QString& workingDirectory, QString* error,
-    int timeoutMs)
+bool InstanceChannel::forward(
+    const QStringList& arguments, const QString& workingDirectory, QString* error, int timeoutMs)
 {
     QByteArray payload;
     {

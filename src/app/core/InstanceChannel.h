@@ -3,7 +3,6 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-
 #include <memory>
 
 class QLocalServer;
@@ -25,7 +24,12 @@ class InstanceChannel : public QObject
     Q_OBJECT
 
 public:
-    enum class Role { Primary, Secondary, Failed };
+    enum class Role
+    {
+        Primary,
+        Secondary,
+        Failed
+    };
 
     /// @p name separates channels (tests run several side by side); see defaultName().
     explicit InstanceChannel(const QString& name = defaultName(), QObject* parent = nullptr);
@@ -46,8 +50,8 @@ public:
 
     /// Secondary: sends the arguments to the first process and waits for its
     /// answer, retrying the connection while that process is still starting.
-    bool forward(const QStringList& arguments, const QString& workingDirectory, QString* error = nullptr,
-        int timeoutMs = 10000);
+    bool forward(
+        const QStringList& arguments, const QString& workingDirectory, QString* error = nullptr, int timeoutMs = 10000);
 
 Q_SIGNALS:
     /// Primary: another process was started with these arguments.

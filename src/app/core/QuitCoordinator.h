@@ -19,7 +19,11 @@ class QuitCoordinator : public QObject
     Q_OBJECT
 
 public:
-    enum class Reply { TerminateNow, TerminateLater };
+    enum class Reply
+    {
+        TerminateNow,
+        TerminateLater
+    };
 
     explicit QuitCoordinator(DocumentController* controller, QObject* parent = nullptr);
 

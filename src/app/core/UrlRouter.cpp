@@ -1,7 +1,6 @@
 #include "app/core/UrlRouter.h"
 
 #include <QStringDecoder>
-
 #include <cctype>
 
 UrlRouter::Command UrlRouter::commandFor(const QUrl& url)

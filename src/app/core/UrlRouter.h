@@ -3,7 +3,6 @@
 #include <QMap>
 #include <QString>
 #include <QUrl>
-
 #include <optional>
 
 /// The rules of the application's own URLs, quillarc://COMMAND?NAME=VALUE&...
@@ -11,7 +10,13 @@
 /// reading a URL live here so they can be checked on their own.
 namespace UrlRouter {
 
-enum class Command { UserDefaults, Action, Preferences, Unknown };
+enum class Command
+{
+    UserDefaults,
+    Action,
+    Preferences,
+    Unknown
+};
 
 /// The URL's host, lower-cased, as a command; the scheme is not looked at.
 Command commandFor(const QUrl& url);

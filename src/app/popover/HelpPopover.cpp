@@ -11,8 +11,9 @@
 #include <QVBoxLayout>
 
 namespace {
-const QString head = QStringLiteral("<head><style type=\"text/css\">body {background-color: transparent;font-size: 12px; "
-                                    "}</style></head><body>");
+const QString head
+    = QStringLiteral("<head><style type=\"text/css\">body {background-color: transparent;font-size: 12px; "
+                     "}</style></head><body>");
 
 bool isLatin1(const QString& text)
 {
@@ -43,8 +44,8 @@ HelpPopover::HelpPopover(QWidget* parent)
 
 QString HelpPopover::keyForTag(int tag)
 {
-    static const char* const keys[] = { "Info_Main", "Info_Document", "Info_Scanner", "Info_Group", "Info_Batch",
-        "Info_Folder" };
+    static const char* const keys[]
+        = { "Info_Main", "Info_Document", "Info_Scanner", "Info_Group", "Info_Batch", "Info_Folder" };
     if (tag >= 0 && tag < int(std::size(keys)))
         return QString::fromLatin1(keys[tag]);
     return QStringLiteral("Info_Default");
@@ -52,8 +53,9 @@ QString HelpPopover::keyForTag(int tag)
 
 QString HelpPopover::htmlForTag(int tag)
 {
-    const QString html = QStringLiteral("%1 %2 %3 <body>")
-                             .arg(head, localizedString(keyForTag(tag)), localizedString(QStringLiteral("HELP_INFO_LINK")));
+    const QString html
+        = QStringLiteral("%1 %2 %3 <body>")
+              .arg(head, localizedString(keyForTag(tag)), localizedString(QStringLiteral("HELP_INFO_LINK")));
     // The text is read as Latin 1: anything outside it leaves no content.
     return isLatin1(html) ? html : QString();
 }

@@ -12,8 +12,8 @@ PopoverPresenter::PopoverPresenter(ArchiveWindow* window)
 {
 }
 
-PopoverController* PopoverPresenter::showPopoverWithNIBName(const QString& name, QWidget* anchor,
-    Popover::Behavior behavior, int actionTag, const Value& representedObject)
+PopoverController* PopoverPresenter::showPopoverWithNIBName(
+    const QString& name, QWidget* anchor, Popover::Behavior behavior, int actionTag, const Value& representedObject)
 {
     closePopover();
     PopoverController* controller = PopoverRegistry::create(name);

@@ -18,8 +18,8 @@ namespace {
 using Scope = ArchiveCommands::Scope;
 
 /// Commands of the window's own table, by what they need.
-const QStringList keyWindowCommands = { QStringLiteral("mainViewNewGroupAction:"),
-    QStringLiteral("mainViewNewFolderGroupAction:") };
+const QStringList keyWindowCommands
+    = { QStringLiteral("mainViewNewGroupAction:"), QStringLiteral("mainViewNewFolderGroupAction:") };
 const QStringList groupCommands = { QStringLiteral("mainViewNewDocumentAction:"), QStringLiteral("showScannerSheet:"),
     QStringLiteral("mainViewNewBatchDocumentsAction:"), QStringLiteral("mainViewEditGroupAction:"),
     QStringLiteral("mainViewDeleteGroupAction:"), QStringLiteral("mainViewExportGroupAction:") };
@@ -61,17 +61,20 @@ const QList<ArchiveCommands::Info>& ArchiveCommands::allCommands()
         command("paste:", "MENU_PASTE", QKeySequence::Paste, Scope::Window),
         command("selectAll:", "MENU_SELECT_ALL", QKeySequence::SelectAll, Scope::Window),
         command("showSearchPopover:", "MENU_FIND", QKeySequence(Qt::CTRL | Qt::Key_F), Scope::MainView),
-        command("mainViewNewGroupAction:", "MENU_NEW_GROUP", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), Scope::Document),
+        command("mainViewNewGroupAction:", "MENU_NEW_GROUP", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N),
+            Scope::Document),
         command("mainViewNewFolderGroupAction:", "MENU_NEW_FOLDER_GROUP", {}, Scope::Document),
         command("mainViewEditGroupAction:", "MENU_EDIT_GROUP", {}, Scope::Document),
         command("mainViewDeleteGroupAction:", "MENU_DELETE_GROUP", {}, Scope::Document),
         command("mainViewExportGroupAction:", "MENU_EXPORT_GROUP", {}, Scope::Document),
         command("showInfoPopover:", "MENU_ARCHIVE_INFO", QKeySequence(Qt::CTRL | Qt::Key_I), Scope::MainView),
         command("showSortOrderPopover:", "MENU_SORT_ORDER", {}, Scope::MainView),
-        command("mainViewNewDocumentAction:", "MENU_NEW_DOCUMENT", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O), Scope::Document),
+        command("mainViewNewDocumentAction:", "MENU_NEW_DOCUMENT", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O),
+            Scope::Document),
         command("mainViewNewBatchDocumentsAction:", "MENU_NEW_BATCH", {}, Scope::Document),
         command("showScannerSheet:", "MENU_SCAN", {}, Scope::Document),
-        command("mainViewEditDocumentAction:", "MENU_EDIT_DOCUMENT", QKeySequence(Qt::CTRL | Qt::Key_E), Scope::Document),
+        command(
+            "mainViewEditDocumentAction:", "MENU_EDIT_DOCUMENT", QKeySequence(Qt::CTRL | Qt::Key_E), Scope::Document),
         command("mainViewQuickLookDocumentAction:", "MENU_QUICKLOOK", QKeySequence(Qt::Key_Space), Scope::Document),
         command("mainViewCopyDocumentAction:", "MENU_COPY_DOCUMENT", {}, Scope::Document),
         command("mainViewCreateFileCopyAction:", "MENU_FILE_COPY", {}, Scope::Document),
@@ -97,8 +100,8 @@ const ArchiveCommands::Info* ArchiveCommands::info(const QString& name)
     return nullptr;
 }
 
-bool ArchiveCommands::isEnabled(const QString& command, const State& state,
-    const std::function<bool(const QString&)>& mainViewAnswer)
+bool ArchiveCommands::isEnabled(
+    const QString& command, const State& state, const std::function<bool(const QString&)>& mainViewAnswer)
 {
     const Info* entry = info(command);
     if (entry && (entry->scope == Scope::Application || entry->scope == Scope::Window))

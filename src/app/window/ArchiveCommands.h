@@ -4,7 +4,6 @@
 #include <QObject>
 #include <QString>
 #include <QVariant>
-
 #include <functional>
 
 class ArchiveWindow;
@@ -24,7 +23,13 @@ class ArchiveCommands : public QObject
     Q_OBJECT
 
 public:
-    enum class Scope { Application, Window, Document, MainView };
+    enum class Scope
+    {
+        Application,
+        Window,
+        Document,
+        MainView
+    };
 
     struct Info
     {
@@ -53,8 +58,8 @@ public:
 
     /// The window's table for a command of the archive. @p mainViewAnswer is
     /// asked for commands aimed at the main view.
-    static bool isEnabled(const QString& command, const State& state,
-        const std::function<bool(const QString&)>& mainViewAnswer);
+    static bool isEnabled(
+        const QString& command, const State& state, const std::function<bool(const QString&)>& mainViewAnswer);
 
     State currentState() const;
     bool validateUserInterfaceItem(const QString& command) const;

@@ -52,29 +52,36 @@ void ArchiveSaving::saveDocumentAs(Done done, bool alertOnFailure)
     options.nameFilters = { localizedString(key("ARCHIVE_FILE_FILTER")) + QStringLiteral(" (*.quillarc)") };
     options.defaultSuffix = packageSuffix.mid(1);
     prepareSavePanel(options);
-    FileDialog::saveFile(m_window, options, [this, done, alertOnFailure](const QString& chosen) {
-        if (chosen.isEmpty()) {
-            m_lastError.clear();
-            if (done)
-                done(false);
-            return;
+    FileDialog::saveFile(
+        m_window, options, [self = QPointer<ArchiveSaving>(this), done, alertOnFailure](const QString& chosen) {
+            if (self)
+                self->savePanelEnded(chosen, done, alertOnFailure);
+        });
+}
+
+void ArchiveSaving::savePanelEnded(const QString& chosen, const Done& done, bool alertOnFailure)
+{
+    if (chosen.isEmpty()) {
+        m_lastError.clear();
+        if (done)
+            done(false);
+        return;
+    }
+    QString path = chosen;
+    if (!path.endsWith(packageSuffix))
+        path += packageSuffix;
+    // Saving into an existing folder would replace another archive's database.
+    if (QFileInfo::exists(path)) {
+        m_lastError = QStringLiteral("%1: %2").arg(path, localizedString(key("SAVE_EXISTS_ALERT")));
+        if (alertOnFailure) {
+            MessageBox::alert(m_window, MessageBox::Icon::Warning, localizedString(key("SAVE_ERROR_TITLE")),
+                m_lastError, { localizedString(key("OK")) });
         }
-        QString path = chosen;
-        if (!path.endsWith(packageSuffix))
-            path += packageSuffix;
-        // Saving into an existing folder would replace another archive's database.
-        if (QFileInfo::exists(path)) {
-            m_lastError = QStringLiteral("%1: %2").arg(path, localizedString(key("SAVE_EXISTS_ALERT")));
-            if (alertOnFailure) {
-                MessageBox::alert(m_window, MessageBox::Icon::Warning, localizedString(key("SAVE_ERROR_TITLE")),
-                    m_lastError, { localizedString(key("OK")) });
-            }
-            if (done)
-                done(false);
-            return;
-        }
-        saveTo(path, done, alertOnFailure);
-    });
+        if (done)
+            done(false);
+        return;
+    }
+    saveTo(path, done, alertOnFailure);
 }
 
 bool ArchiveSaving::prepareSavePanel(FileDialog::Options& options) const
@@ -93,27 +100,28 @@ QString ArchiveSaving::defaultDraftName() const
 void ArchiveSaving::saveTo(const QString& packagePath, Done done, bool alertOnFailure)
 {
     QPointer<ArchiveWindow> window = m_window;
-    m_window->document()->saveToURL(packagePath, [this, window, packagePath, done, alertOnFailure](const QString& error) {
-        if (!window)
-            return;
-        if (error.isEmpty()) {
-            m_lastError.clear();
-            window->updateChangeCount(ArchiveWindow::ChangeType::Autosaved);
-            Q_EMIT saved(window->document()->packagePath());
+    m_window->document()->saveToURL(
+        packagePath, [this, window, packagePath, done, alertOnFailure](const QString& error) {
+            if (!window)
+                return;
+            if (error.isEmpty()) {
+                m_lastError.clear();
+                window->updateChangeCount(ArchiveWindow::ChangeType::Autosaved);
+                Q_EMIT saved(window->document()->packagePath());
+                if (done)
+                    done(true);
+                return;
+            }
+            // The user is told where, not only why.
+            const QString database = QDir(packagePath).filePath(QLatin1String(Document::databaseName));
+            m_lastError = error.contains(packagePath) ? error : QStringLiteral("%1: %2").arg(database, error);
+            if (alertOnFailure) {
+                MessageBox::alert(window, MessageBox::Icon::Critical, localizedString(key("SAVE_ERROR_TITLE")),
+                    m_lastError, { localizedString(key("OK")) });
+            }
             if (done)
-                done(true);
-            return;
-        }
-        // The user is told where, not only why.
-        const QString database = QDir(packagePath).filePath(QLatin1String(Document::databaseName));
-        m_lastError = error.contains(packagePath) ? error : QStringLiteral("%1: %2").arg(database, error);
-        if (alertOnFailure) {
-            MessageBox::alert(window, MessageBox::Icon::Critical, localizedString(key("SAVE_ERROR_TITLE")), m_lastError,
-                { localizedString(key("OK")) });
-        }
-        if (done)
-            done(false);
-    });
+                done(false);
+        });
 }
 
 void ArchiveSaving::startAutoSaveTimer()
@@ -156,12 +164,18 @@ void ArchiveSaving::askAfterFailedCloseSave()
         MessageBox::alert(m_window, MessageBox::Icon::Warning, localizedString(key("CLOSE_UNTITLED_TITLE")),
             localizedString(key("CLOSE_UNTITLED_TEXT")),
             { localizedString(key("Cancel")), localizedString(key("CLOSE_DISCARD_BUTTON")) },
-            [this](int answer) { Q_EMIT closeDecided(answer == 1); });
+            [self = QPointer<ArchiveSaving>(this)](int answer) {
+                if (self) // the alert may outlive its window when the application ends
+                    Q_EMIT self->closeDecided(answer == 1);
+            });
         return;
     }
     qCWarning(lcQuillarc).noquote() << QStringLiteral("Closing without a save: %1").arg(m_lastError);
     MessageBox::alert(m_window, MessageBox::Icon::Critical, localizedString(key("CLOSE_SAVE_FAILED_TITLE")),
         m_lastError + QStringLiteral("\n\n") + localizedString(key("CLOSE_SAVE_FAILED_TEXT")),
         { localizedString(key("Cancel")), localizedString(key("CLOSE_WITHOUT_SAVING_BUTTON")) },
-        [this](int answer) { Q_EMIT closeDecided(answer == 1); });
+        [self = QPointer<ArchiveSaving>(this)](int answer) {
+            if (self)
+                Q_EMIT self->closeDecided(answer == 1);
+        });
 }

@@ -3,7 +3,6 @@
 #include "app/util/FileDialog.h"
 
 #include <QObject>
-
 #include <functional>
 
 class ArchiveWindow;
@@ -50,6 +49,7 @@ Q_SIGNALS:
     void closeDecided(bool close);
 
 private:
+    void savePanelEnded(const QString& chosen, const Done& done, bool alertOnFailure);
     void saveTo(const QString& packagePath, Done done, bool alertOnFailure);
     void askAfterFailedCloseSave();
 

@@ -141,8 +141,8 @@ void ArchiveWindow::setupViews()
 
 void ArchiveWindow::swapInto(QWidget* view, QWidget* toolbar, bool zoom)
 {
-    ViewTransition::swap(m_docView, view, zoom ? ViewTransition::Kind::Zoom : ViewTransition::Kind::Fade,
-        Delays::ms(0.35));
+    ViewTransition::swap(
+        m_docView, view, zoom ? ViewTransition::Kind::Zoom : ViewTransition::Kind::Fade, Delays::ms(0.35));
     m_titlebarView->setToolbar(toolbar);
 }
 

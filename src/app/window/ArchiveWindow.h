@@ -28,7 +28,16 @@ class ArchiveWindow : public QMainWindow
 
 public:
     /// The change types that updateChangeCount() distinguishes.
-    enum class ChangeType { Done, Undone, Redone, Cleared, ReadOtherContents, Autosaved, Discardable };
+    enum class ChangeType
+    {
+        Done,
+        Undone,
+        Redone,
+        Cleared,
+        ReadOtherContents,
+        Autosaved,
+        Discardable
+    };
 
     /// Takes ownership of @p document. Call windowControllerDidLoadNib() next.
     explicit ArchiveWindow(Document* document, QWidget* parent = nullptr);
@@ -74,7 +83,7 @@ public:
     /// Shows the preferences window for this archive (created on first use).
     void showPreferencesWindow();
     /// There is no update service: nothing to do.
-    void checkForUpdates() {}
+    void checkForUpdates() { }
 
     /// Brings the window to the front and gives it the keyboard.
     void bringToFront();

@@ -29,29 +29,33 @@ Menus::Menus(ArchiveWindow* window)
             commands.append(QString::fromLatin1(name));
         return commands;
     };
-    addMenu("MENU_APP", list({ "orderFrontStandardAboutPanel:", "-", "showPreferencesWindow:", "checkForUpdates:",
-                            "showLocalizer:", "-", "terminateByHand:" }));
-    addMenu("MENU_FILE", list({ "newDocument:", "openDocument:", "openRecentDocument:", "-", "performClose:",
-                             "saveDocument:", "saveDocumentAs:", "-", "exportDocument:", "exportLogAction:" }));
+    addMenu("MENU_APP",
+        list({ "orderFrontStandardAboutPanel:", "-",
+            "showPreferencesWindow:", "checkForUpdates:", "showLocalizer:", "-", "terminateByHand:" }));
+    addMenu("MENU_FILE",
+        list({ "newDocument:", "openDocument:", "openRecentDocument:", "-",
+            "performClose:", "saveDocument:", "saveDocumentAs:", "-", "exportDocument:", "exportLogAction:" }));
     addMenu("MENU_EDIT", list({ "cut:", "copy:", "paste:", "selectAll:", "-", "showSearchPopover:" }));
-    addMenu("MENU_ARCHIVE", list({ "mainViewNewGroupAction:", "mainViewNewFolderGroupAction:", "mainViewEditGroupAction:",
-                                "mainViewDeleteGroupAction:", "-", "mainViewExportGroupAction:", "-",
-                                "showInfoPopover:", "showSortOrderPopover:" }));
-    addMenu("MENU_DOCUMENT", list({ "mainViewNewDocumentAction:", "mainViewNewBatchDocumentsAction:",
-                                 "showScannerSheet:", "-", "mainViewEditDocumentAction:",
-                                 "mainViewQuickLookDocumentAction:", "mainViewCopyDocumentAction:",
-                                 "mainViewCreateFileCopyAction:", "-", "mainViewDeleteDocumentAction:" }));
+    addMenu("MENU_ARCHIVE",
+        list({ "mainViewNewGroupAction:", "mainViewNewFolderGroupAction:", "mainViewEditGroupAction:",
+            "mainViewDeleteGroupAction:", "-", "mainViewExportGroupAction:", "-",
+            "showInfoPopover:", "showSortOrderPopover:" }));
+    addMenu("MENU_DOCUMENT",
+        list({ "mainViewNewDocumentAction:", "mainViewNewBatchDocumentsAction:", "showScannerSheet:", "-",
+            "mainViewEditDocumentAction:", "mainViewQuickLookDocumentAction:", "mainViewCopyDocumentAction:",
+            "mainViewCreateFileCopyAction:", "-", "mainViewDeleteDocumentAction:" }));
     addMenu("MENU_VIEW", list({ "toggleFullScreen:" }));
     m_windowMenu = addMenu("MENU_WINDOW", list({ "performMiniaturize:", "performZoom:", "-", "arrangeInFront:" }));
-    addMenu("MENU_HELP", list({ "showInfoPopoverWithTag:", "-", "openManualWebsite:", "openSupportWebsite:", "loadNEWS:" }));
+    addMenu("MENU_HELP",
+        list({ "showInfoPopoverWithTag:", "-", "openManualWebsite:", "openSupportWebsite:", "loadNEWS:" }));
     window->setMenuBar(m_menuBar);
 
     connect(m_windowMenu, &QMenu::aboutToShow, this, &Menus::rebuildWindowMenu);
     connect(window, &ArchiveWindow::commandStateChanged, this, &Menus::validateAll);
     connect(window, &ArchiveWindow::mainViewLoaded, this, &Menus::validateAll);
     if (AppDelegate* app = AppDelegate::instance()) {
-        connect(app->documentController(), &DocumentController::recentDocumentsChanged, this,
-            &Menus::rebuildRecentMenu);
+        connect(
+            app->documentController(), &DocumentController::recentDocumentsChanged, this, &Menus::rebuildRecentMenu);
     }
     rebuildRecentMenu();
     Localizer::localize(m_menuBar);
@@ -132,7 +136,8 @@ void Menus::rebuildWindowMenu()
     qDeleteAll(m_windowEntries);
     m_windowEntries.clear();
     AppDelegate* app = AppDelegate::instance();
-    const QList<ArchiveWindow*> windows = app ? app->documentController()->documents() : QList<ArchiveWindow*> { m_window };
+    const QList<ArchiveWindow*> windows
+        = app ? app->documentController()->documents() : QList<ArchiveWindow*> { m_window };
     QAction* before = m_actions.value(QStringLiteral("arrangeInFront:"));
     for (ArchiveWindow* window : windows) {
         auto* entry = new QAction(window->archiveTitle(), m_windowMenu);

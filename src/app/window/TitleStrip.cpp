@@ -36,8 +36,10 @@ TitleStrip::TitleStrip(QWidget* parent)
 
     m_infoButton->setText(QStringLiteral("INFO_BUTTON"));
     m_infoButton->setToolTip(QStringLiteral("HELP_BUTTON_TOOLTIP"));
-    m_infoButton->setAutoRaise(true);
-    m_infoButton->setFixedSize(28, 28);
+    m_infoButton->setFixedSize(24, 24);
+    m_infoButton->setStyleSheet(QStringLiteral("QToolButton { border: 1px solid palette(mid); border-radius: 12px;"
+                                               " font-weight: 600; background: palette(base); }"
+                                               "QToolButton:hover { background: palette(midlight); }"));
     Localizer::setAccessibleKeys(m_infoButton, QStringLiteral("HELP_BUTTON_TOOLTIP"));
     connect(m_infoButton, &QToolButton::clicked, this, &TitleStrip::infoRequested);
 

@@ -9,7 +9,11 @@ class QWidget;
 /// is on or the duration is 0.
 namespace ViewTransition {
 
-enum class Kind { Fade, Zoom };
+enum class Kind
+{
+    Fade,
+    Zoom
+};
 
 /// Makes @p to the current widget of @p stack (adding it when needed).
 void swap(QStackedWidget* stack, QWidget* to, Kind kind, int durationMs);
