@@ -12,11 +12,16 @@ PACKAGES=(
   libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu tesseract-ocr-osd
   libzip-dev libuchardet-dev libheif-dev libsane-dev
   qt6-image-formats-plugins
-  # runtime data: MIME database, fonts for reports and rendering, the
-  # application's font family (Inter), URL-handler registration
-  shared-mime-info fonts-dejavu-core fonts-wqy-microhei fonts-inter xdg-utils
+  # runtime data: MIME database, fonts for reports and rendering
+  shared-mime-info fonts-dejavu-core fonts-wqy-microhei
+  # the archive window's typeface
+  fonts-inter
+  # registering the quillarc:// handler for the user
+  xdg-utils
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev desktop-file-utils
+  # a private session bus for the theme's desktop-portal test
+  dbus-daemon
 )
 
 missing=()

@@ -8,9 +8,10 @@ BUILD_DIR=${1:-build}
 shift || true
 OUT="$BUILD_DIR/screens"
 cmake --build "$BUILD_DIR" --target render_screens
-rm -rf "$OUT"
 mkdir -p "$OUT"
 export QT_QPA_PLATFORM=offscreen
 "$BUILD_DIR/render_screens" --out "$OUT" "$@"
 QT_SCALE_FACTOR=2 "$BUILD_DIR/render_screens" --out "$OUT" --suffix @2x "$@"
+# The painted controls' gallery writes beside them.
+cmake --build "$BUILD_DIR" --target controls_screens
 echo "screens: $(ls "$OUT" | wc -l) pictures in $OUT"

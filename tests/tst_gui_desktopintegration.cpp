@@ -9,7 +9,7 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QProcess>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>

@@ -4,11 +4,11 @@
 //   render_screens [--out DIR] [--suffix @2x] [--only NAME]
 
 #include "ScreenRegistry.h"
-#include "ScreenTheme.h"
 #include "app/core/AppInfo.h"
 #include "app/core/AppSettings.h"
 #include "app/core/Delays.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/style/ThemeManager.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QApplication>
@@ -53,7 +53,7 @@ int main(int argc, char** argv)
         table.setLanguage(language);
         table.reloadLocalizationDictionary();
         for (const bool dark : { false, true }) {
-            ScreenTheme::apply(dark);
+            ThemeManager::instance()->setForcedScheme(dark ? ThemeManager::Dark : ThemeManager::Light);
             for (const ScreenRegistry::Entry& entry : ScreenRegistry::all()) {
                 if (!only.isEmpty() && !entry.name.contains(only))
                     continue;

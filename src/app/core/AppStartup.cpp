@@ -6,6 +6,7 @@
 #include "app/core/DocumentController.h"
 #include "app/core/InstanceChannel.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/style/ThemeManager.h"
 #include "app/window/ArchiveWindow.h"
 #include "model/Logging.h"
 
@@ -91,7 +92,7 @@ int AppStartup::run(int argc, char** argv)
 
     QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("quillarc"));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/desktop/quillarc.svg")));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/quillarc.svg")));
     QApplication::setQuitOnLastWindowClosed(false);
     const QStringList arguments = app.arguments().mid(1);
     const QString workingDirectory = QDir::currentPath();
@@ -112,6 +113,7 @@ int AppStartup::run(int argc, char** argv)
         break;
     }
 
+    ThemeManager::instance()->apply();
     PopoverRegistry::registerBuiltIns();
     AppDelegate delegate;
     delegate.setInstanceChannel(&channel);

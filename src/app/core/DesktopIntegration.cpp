@@ -127,7 +127,7 @@ void DesktopIntegration::offerInstallIfNeeded(QWidget* parent)
 bool DesktopIntegration::install(QString* error)
 {
     QString reason;
-    const QByteArray icon = resource(QStringLiteral(":/desktop/quillarc.svg"));
+    const QByteArray icon = resource(QStringLiteral(":/icons/quillarc.svg"));
     if (!writeAtomically(userIconPath(), icon, &reason)
         || !writeAtomically(userEntryPath(), desktopEntry(QCoreApplication::applicationFilePath()), &reason)) {
         if (error)

@@ -1,40 +1,38 @@
 #include "app/core/InstallOfferDialog.h"
 
 #include "app/i18n/Localizer.h"
+#include "app/style/AppFonts.h"
+#include "controls/KVButton.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 InstallOfferDialog::InstallOfferDialog(QWidget* parent)
     : QDialog(parent)
     , m_doNotAsk(new QCheckBox(QStringLiteral("INSTALL_OFFER_DONT_ASK"), this))
-    , m_install(new QPushButton(QStringLiteral("INSTALL_OFFER_INSTALL"), this))
-    , m_later(new QPushButton(QStringLiteral("INSTALL_OFFER_LATER"), this))
+    , m_install(new KVButton(QStringLiteral("INSTALL_OFFER_INSTALL"), this))
+    , m_later(new KVButton(QStringLiteral("INSTALL_OFFER_LATER"), this))
 {
     setObjectName(QStringLiteral("InstallOfferDialog"));
     setWindowTitle(QStringLiteral("INSTALL_OFFER_WINDOW"));
     setModal(true);
 
     auto* icon = new QLabel(this);
-    icon->setPixmap(QIcon(QStringLiteral(":/desktop/quillarc.svg")).pixmap(QSize(64, 64)));
+    icon->setPixmap(QIcon(QStringLiteral(":/icons/quillarc.svg")).pixmap(QSize(64, 64)));
     icon->setAlignment(Qt::AlignTop);
     auto* title = new QLabel(QStringLiteral("INSTALL_OFFER_TITLE"), this);
-    QFont titleFont(QStringLiteral("WriteSans"));
-    titleFont.setPointSize(13);
-    titleFont.setBold(true);
-    title->setFont(titleFont);
+    title->setFont(AppFonts::archiveFont(13, true));
     title->setWordWrap(true);
     auto* text = new QLabel(QStringLiteral("INSTALL_OFFER_TEXT"), this);
     text->setWordWrap(true);
     text->setMinimumWidth(380);
 
     m_install->setDefault(true);
-    connect(m_install, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_later, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_install, &KVButton::clicked, this, &QDialog::accept);
+    connect(m_later, &KVButton::clicked, this, &QDialog::reject);
 
     auto* texts = new QVBoxLayout;
     texts->setSpacing(8);

@@ -3,7 +3,7 @@
 #include <QDialog>
 
 class QCheckBox;
-class QPushButton;
+class KVButton;
 
 /// The offer, on a first start, to add Quillarc to the desktop's application
 /// menu and make it the handler of quillarc:// links, with "do not ask again".
@@ -16,11 +16,11 @@ public:
 
     bool doNotAskAgain() const;
     QCheckBox* doNotAskBox() const { return m_doNotAsk; }
-    QPushButton* installButton() const { return m_install; }
-    QPushButton* laterButton() const { return m_later; }
+    KVButton* installButton() const { return m_install; }
+    KVButton* laterButton() const { return m_later; }
 
 private:
     QCheckBox* m_doNotAsk;
-    QPushButton* m_install;
-    QPushButton* m_later;
+    KVButton* m_install;
+    KVButton* m_later;
 };

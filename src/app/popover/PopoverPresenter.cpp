@@ -3,6 +3,7 @@
 #include "app/popover/HelpPopover.h"
 #include "app/popover/PopoverController.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/style/ThemeManager.h"
 #include "app/window/ArchiveWindow.h"
 #include "app/window/MainView.h"
 
@@ -65,5 +66,5 @@ void PopoverPresenter::closePopover()
 bool PopoverPresenter::isDarkAppearance() const
 {
     const QWidget* view = m_window->mainView() ? static_cast<QWidget*>(m_window->mainView()) : m_window;
-    return view->palette().color(QPalette::Window).lightness() < 110;
+    return ThemeManager::isDarkPalette(view->palette());
 }

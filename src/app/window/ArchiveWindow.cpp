@@ -2,9 +2,9 @@
 
 #include "app/core/Delays.h"
 #include "app/popover/PopoverPresenter.h"
+#include "app/style/ThemeManager.h"
 #include "app/window/ArchiveCommands.h"
 #include "app/window/ArchiveSaving.h"
-#include "app/window/FontSetup.h"
 #include "app/window/MainView.h"
 #include "app/window/Menus.h"
 #include "app/window/TitleStrip.h"
@@ -86,7 +86,8 @@ void ArchiveWindow::windowControllerDidLoadNib()
     }
     m_isDataLoaded = true;
     updateChangeCount(ChangeType::Cleared);
-    FontSetup::installApplicationFonts();
+    // The application font for the user: "WriteSans" maps to Inter (or DejaVu Sans).
+    ThemeManager::applyFonts();
     refreshTitle();
 }
 

@@ -1,6 +1,7 @@
 #include "app/window/TitleStrip.h"
 
 #include "app/i18n/Localizer.h"
+#include "app/style/AppFonts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -22,10 +23,7 @@ TitleStrip::TitleStrip(QWidget* parent)
 
     // The title is the archive's own text, never a key.
     Localizer::markAsData(m_title);
-    QFont titleFont(QStringLiteral("WriteSans"));
-    titleFont.setPointSize(13);
-    titleFont.setBold(true);
-    m_title->setFont(titleFont);
+    m_title->setFont(AppFonts::archiveFont(13, true));
     m_title->setTextInteractionFlags(Qt::NoTextInteraction);
     m_title->setMinimumWidth(120);
 

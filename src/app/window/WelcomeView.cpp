@@ -2,11 +2,15 @@
 
 #include "app/core/AppInfo.h"
 #include "app/i18n/Localizer.h"
+#include "app/style/AppFonts.h"
+#include "controls/KVTessaryProgress.h"
+#include "controls/TessaryBeachBallView.h"
 
 #include <QIcon>
 #include <QLabel>
-#include <QProgressBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 constexpr int progressSteps = 1000;
@@ -16,10 +20,7 @@ QLabel* makeLabel(const QString& key, int pointSize, bool bold, QWidget* parent)
     auto* label = new QLabel(key, parent);
     label->setAlignment(Qt::AlignHCenter);
     label->setWordWrap(true);
-    QFont font(QStringLiteral("WriteSans"));
-    font.setPointSize(pointSize);
-    font.setBold(bold);
-    label->setFont(font);
+    label->setFont(AppFonts::archiveFont(pointSize, bold));
     return label;
 }
 } // namespace
@@ -35,7 +36,7 @@ WelcomeView::WelcomeView(Document* document, QWidget* parent)
 
     auto* icon = new QLabel(this);
     icon->setAlignment(Qt::AlignHCenter);
-    icon->setPixmap(QIcon(QStringLiteral(":/desktop/quillarc.svg")).pixmap(QSize(112, 112)));
+    icon->setPixmap(QIcon(QStringLiteral(":/icons/quillarc.svg")).pixmap(QSize(112, 112)));
     icon->setAccessibleName(QStringLiteral("APPNAME"));
 
     m_version = makeLabel(QStringLiteral("APPNAME"), 26, true, this);
@@ -45,16 +46,13 @@ WelcomeView::WelcomeView(Document* document, QWidget* parent)
     m_copyright->setForegroundRole(QPalette::PlaceholderText);
     Localizer::markAsData(m_copyright);
 
-    m_tessaryProgress = new QProgressBar(this);
+    m_tessaryProgress = new KVTessaryProgress(this);
     m_tessaryProgress->setRange(0, progressSteps);
-    m_tessaryProgress->setTextVisible(false);
-    m_tessaryProgress->setFixedSize(260, 6);
+    m_tessaryProgress->setFixedWidth(260);
+    m_tessaryProgress->setCancelVisible(false); // opening cannot be cancelled
     Localizer::setAccessibleKeys(m_tessaryProgress, QStringLiteral("WELCOME_PROGRESS"));
 
-    m_progressIndicator = new QProgressBar(this);
-    m_progressIndicator->setRange(0, 0);
-    m_progressIndicator->setTextVisible(false);
-    m_progressIndicator->setFixedSize(48, 6);
+    m_progressIndicator = new TessaryBeachBallView(this);
     Localizer::setAccessibleKeys(m_progressIndicator, QStringLiteral("WELCOME_BUSY"));
 
     auto* layout = new QVBoxLayout(this);
@@ -92,7 +90,7 @@ QString WelcomeView::copyright() const
 void WelcomeView::setProgress(double progress)
 {
     m_progress = progress;
-    m_tessaryProgress->setValue(qBound(0, int(progress * progressSteps), progressSteps));
+    m_tessaryProgress->setValue(std::clamp<qint64>(qint64(progress * progressSteps), 0, progressSteps));
 }
 
 void WelcomeView::uiTimerFired()
@@ -102,5 +100,8 @@ void WelcomeView::uiTimerFired()
 
 void WelcomeView::setBusy(bool busy)
 {
-    m_progressIndicator->setRange(0, busy ? 0 : 1);
+    if (busy)
+        m_progressIndicator->startAnimation();
+    else
+        m_progressIndicator->stopAnimation();
 }

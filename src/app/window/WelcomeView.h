@@ -3,8 +3,9 @@
 #include <QWidget>
 
 class Document;
+class KVTessaryProgress;
 class QLabel;
-class QProgressBar;
+class TessaryBeachBallView;
 
 /// The screen an archive window shows while it opens: the application's
 /// name, claim and copyright, a progress bar that fills while the welcome
@@ -39,7 +40,7 @@ private:
     QLabel* m_version;
     QLabel* m_claim;
     QLabel* m_copyright;
-    QProgressBar* m_tessaryProgress;
-    QProgressBar* m_progressIndicator;
+    KVTessaryProgress* m_tessaryProgress;
+    TessaryBeachBallView* m_progressIndicator;
     double m_progress = 0;
 };
