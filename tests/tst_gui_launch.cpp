@@ -44,6 +44,13 @@ private:
 
     static QList<ArchiveWindow*> windows(AppDelegate& delegate) { return delegate.documentController()->documents(); }
 
+    /// Archives are read off the main thread: true once every window holds its archive.
+    static bool allLoaded(AppDelegate& delegate)
+    {
+        const QList<ArchiveWindow*> all = windows(delegate);
+        return std::none_of(all.begin(), all.end(), [](ArchiveWindow* window) { return window->isLoading(); });
+    }
+
 private Q_SLOTS:
     void initTestCase() { Delays::setScaleForTesting(0.01); }
     void init()
@@ -73,6 +80,8 @@ private Q_SLOTS:
         AppDelegate delegate;
         delegate.launch({}, m_home.path());
         QCOMPARE(windows(delegate).size(), 1);
+        QVERIFY(windows(delegate).first()->isVisible()); // at once, while the archive is read
+        QTRY_VERIFY(allLoaded(delegate));
         QCOMPARE(windows(delegate).first()->document()->packagePath(), newer);
     }
 
@@ -108,7 +117,7 @@ private Q_SLOTS:
             path, true, [&first](ArchiveWindow* window, const DocumentError&, bool) { first = window; });
         delegate.documentController()->openDocumentWithContentsOfURL(path + QStringLiteral("/Quillarc.qldb"), true,
             [&second](ArchiveWindow* window, const DocumentError&, bool) { second = window; });
-        QVERIFY(first);
+        QTRY_VERIFY(first && second);
         QCOMPARE(second, first);
         QCOMPARE(windows(delegate).size(), 1);
         QCOMPARE(RecentDocuments::recentDocumentURLs().first(), path);
@@ -145,7 +154,7 @@ private Q_SLOTS:
         AppDelegate delegate;
         MessageBox::setNextAnswer(0);
         delegate.openRecentDocument(path, nullptr);
-        QVERIFY(windows(delegate).isEmpty());
+        QTRY_VERIFY(windows(delegate).isEmpty());
         const QStringList alerts = MessageBox::takeAskedAlerts();
         QCOMPARE(alerts.size(), 1);
         QVERIFY(alerts.first().startsWith(text("DOCUMENT_OPEN_ERROR.")));
@@ -165,6 +174,7 @@ private Q_SLOTS:
         AppDelegate delegate;
         MessageBox::setNextAnswer(0);
         delegate.openRecentDocument(path, nullptr);
+        QTRY_VERIFY(allLoaded(delegate));
         QCOMPARE(windows(delegate).size(), 1);
         QVERIFY(MessageBox::takeAskedAlerts().value(0).startsWith(text("ARCHIVE_READ_ONLY_TITLE")));
         QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
@@ -183,7 +193,7 @@ private Q_SLOTS:
         // Quit: nothing opens and the application quits a moment later.
         MessageBox::setNextAnswer(0);
         delegate.openRecentDocument(path, nullptr);
-        QVERIFY(windows(delegate).isEmpty());
+        QTRY_VERIFY(windows(delegate).isEmpty());
         QStringList alerts = MessageBox::takeAskedAlerts();
         QCOMPARE(alerts.size(), 1);
         QVERIFY(alerts.first().startsWith(text("Warning!")));
@@ -193,6 +203,7 @@ private Q_SLOTS:
         // Continue: the archive opens and carries this computer's mark.
         MessageBox::setNextAnswer(1);
         delegate.openRecentDocument(path, nullptr);
+        QTRY_VERIFY(allLoaded(delegate));
         QCOMPARE(windows(delegate).size(), 1);
         QCOMPARE(windows(delegate).first()->document()->host(), Document::currentHostText());
     }
@@ -203,6 +214,7 @@ private Q_SLOTS:
         AppDelegate delegate;
         delegate.launch({ QFileInfo(path).fileName() }, QFileInfo(path).absolutePath());
         QCOMPARE(windows(delegate).size(), 1);
+        QTRY_VERIFY(allLoaded(delegate));
         QCOMPARE(windows(delegate).first()->document()->packagePath(), path);
 
         // Only a file named exactly "quillarcdoc" opens through the open-file question.
@@ -211,6 +223,7 @@ private Q_SLOTS:
         ArchiveFixture fixture(named);
         QVERIFY(delegate.applicationOpenFile(named));
         QCOMPARE(windows(delegate).size(), 2);
+        QTRY_VERIFY(allLoaded(delegate));
     }
 
     void launchWithAnArchiveThatDoesNotOpenOffersAWayOn()
@@ -218,8 +231,7 @@ private Q_SLOTS:
         AppDelegate delegate;
         MessageBox::setNextAnswer(0); // New Archive
         delegate.launch({ m_home.freshPath(QStringLiteral("Missing")) + QStringLiteral(".quillarc") }, m_home.path());
-        QTRY_COMPARE(windows(delegate).size(), 1);
-        QVERIFY(windows(delegate).first()->isUntitled());
+        QTRY_VERIFY(windows(delegate).size() == 1 && windows(delegate).first()->isUntitled());
         QCOMPARE(MessageBox::takeAskedAlerts().size(), 1);
     }
 
@@ -235,6 +247,7 @@ private Q_SLOTS:
         const QString path = archive(QStringLiteral("Forwarded"));
         delegate.openArguments({ path, QStringLiteral("quillarc://userdefaults") }, m_home.path());
         QCOMPARE(windows(delegate).size(), 2);
+        QTRY_VERIFY(allLoaded(delegate));
 
         // With every window closed, a start without arguments makes a new archive.
         delegate.setQuitHandler([] {});
@@ -269,6 +282,7 @@ private Q_SLOTS:
         bool quit = false;
         delegate.setQuitHandler([&quit] { quit = true; });
         delegate.launch({ path }, m_home.path());
+        QTRY_VERIFY(allLoaded(delegate));
         QPointer<ArchiveWindow> window = windows(delegate).first();
         window->close();
         QTRY_VERIFY(window.isNull());

@@ -34,12 +34,13 @@ private:
     /// Opens the archives in order; those marked edited get a new title in memory.
     static QList<ArchiveWindow*> openAll(AppDelegate& delegate, const QStringList& paths, const QList<bool>& edited)
     {
-        QList<ArchiveWindow*> windows;
+        for (const QString& path : paths)
+            delegate.documentController()->openDocumentWithContentsOfURL(path, false);
+        const QList<ArchiveWindow*> windows = delegate.documentController()->documents();
+        [&] { QTRY_VERIFY(std::none_of(windows.begin(), windows.end(), [](ArchiveWindow* w) { return w->isLoading(); })); }();
         for (int i = 0; i < paths.size(); ++i) {
-            delegate.documentController()->openDocumentWithContentsOfURL(paths.at(i), false,
-                [&windows](ArchiveWindow* window, const DocumentError&, bool) { windows.append(window); });
             if (edited.at(i))
-                windows.last()->document()->container()->setValue(
+                windows.at(i)->document()->container()->setValue(
                     QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("new")));
         }
         return windows;

@@ -90,7 +90,9 @@ private Q_SLOTS:
         // An unknown command is refused, but the most recent archive has opened all the same.
         QVERIFY(!delegate.handleURL(QStringLiteral("quillarc://unknown")));
         QCOMPARE(delegate.documentController()->documents().size(), 1);
-        QCOMPARE(delegate.documentController()->documents().first()->document()->packagePath(), path);
+        ArchiveWindow* window = delegate.documentController()->documents().first();
+        QTRY_VERIFY(!window->isLoading());
+        QCOMPARE(window->document()->packagePath(), path);
 
         QVERIFY(delegate.handleURL(QStringLiteral("quillarc://PREFERENCES/x?a=1")));
         QVERIFY(delegate.handleURL(QStringLiteral("quillarc://action")));

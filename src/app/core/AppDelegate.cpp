@@ -164,14 +164,12 @@ bool AppDelegate::openArchiveArgument(const QString& path, bool atLaunch)
 {
     if (!namesArchive(path)) {
         if (applicationOpenFile(path))
-            return !m_documentController->documents().isEmpty();
+            return true;
         qCWarning(lcQuillarc).noquote() << QStringLiteral("Not a Quillarc archive: %1").arg(path);
         return false;
     }
-    bool opened = false;
     m_documentController->openDocumentWithContentsOfURL(
-        path, true, [this, path, atLaunch, &opened](ArchiveWindow* window, const DocumentError& error, bool quitting) {
-            opened = window != nullptr;
+        path, true, [this, path, atLaunch](ArchiveWindow*, const DocumentError& error, bool quitting) {
             if (error.isNull() || quitting)
                 return;
             qCWarning(lcQuillarc).noquote()
@@ -181,7 +179,7 @@ bool AppDelegate::openArchiveArgument(const QString& path, bool atLaunch)
             else
                 DocumentController::presentError(error, m_documentController->currentDocument());
         });
-    return opened;
+    return true;
 }
 
 void AppDelegate::presentLaunchFailure(const QString& path, const QString& reason)

@@ -91,6 +91,7 @@ private:
     void quitNow();
     void lastWindowMayHaveClosed();
     void presentLaunchFailure(const QString& path, const QString& reason);
+    /// True when an archive was asked for (it may still fail to open).
     bool openArchiveArgument(const QString& path, bool atLaunch);
 
     DocumentController* m_documentController;

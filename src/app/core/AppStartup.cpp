@@ -38,8 +38,9 @@ void installStartupProbe(AppDelegate& delegate)
                 std::printf("probe window-shown\n");
                 std::fflush(stdout);
             });
+            QObject::connect(window, &ArchiveWindow::welcomeEnding, window, [watch] { watch->start(); });
             QObject::connect(window, &ArchiveWindow::mainViewLoaded, window, [window, watch] {
-                watch->start();
+                // Ready once the main view has been laid out and painted for the first time.
                 QTimer::singleShot(0, window, [watch] {
                     std::printf("probe main-view-ready %.3f\n", double(watch->nsecsElapsed()) / 1e6);
                     std::fflush(stdout);

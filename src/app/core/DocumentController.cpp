@@ -4,6 +4,7 @@
 #include "app/core/RecentDocuments.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
+#include "app/util/Task.h"
 #include "app/window/ArchiveSaving.h"
 #include "app/window/ArchiveWindow.h"
 #include "model/Logging.h"
@@ -13,6 +14,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QThread>
 #include <QTimer>
 
 namespace {
@@ -42,7 +44,8 @@ ArchiveWindow* DocumentController::documentForPath(const QString& path) const
 {
     const QString package = Document::packagePathFor(path);
     for (ArchiveWindow* window : m_documents) {
-        if (!window->isUntitled() && window->document()->packagePath() == package)
+        if (window->isLoading() ? window->loadingPath() == package
+                                : !window->isUntitled() && window->document()->packagePath() == package)
             return window;
     }
     return nullptr;
@@ -62,37 +65,81 @@ QStringList DocumentController::recentDocumentURLs() const
     return RecentDocuments::recentDocumentURLs();
 }
 
-void DocumentController::openDocumentWithContentsOfURL(
-    const QString& path, bool display, const OpenCompletion& completion)
+namespace {
+/// An archive read off the main thread. If nobody takes it (its window closed
+/// meanwhile) it is deleted on the main thread, where it lives.
+struct ReadArchive
+{
+    Document* document = nullptr;
+    Document::ReadResult result = Document::ReadResult::Failed;
+    DocumentError error;
+    ~ReadArchive()
+    {
+        if (document)
+            document->deleteLater();
+    }
+    Document* take() { return std::exchange(document, nullptr); }
+};
+} // namespace
+
+void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool display,
+    const OpenCompletion& completion)
 {
     if (ArchiveWindow* open = documentForPath(path)) {
         if (display)
             open->bringToFront();
-        if (completion)
+        if (open->isLoading())
+            m_waiting[open].append(completion);
+        else if (completion)
             completion(open, {}, false);
         return;
     }
 
-    auto* document = new Document;
-    document->setOpenElsewhereQuestion(m_question);
-    DocumentError error;
-    const Document::ReadResult result
-        = document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error);
-    document->setOpenElsewhereQuestion(nullptr);
-    if (result != Document::ReadResult::Success) {
-        delete document;
+    // The window comes at once; the archive is read beside it, so a large
+    // archive never holds up the application.
+    ArchiveWindow* window = addWindow(new Document, Document::packagePathFor(path));
+    if (display)
+        window->show();
+    m_waiting[window].append(completion);
+    OpenElsewhereQuestion* question = m_question;
+    QThread* mainThread = thread();
+    Task::run(
+        window,
+        [path, question, mainThread] {
+            auto read = std::make_shared<ReadArchive>();
+            auto* document = new Document;
+            document->setOpenElsewhereQuestion(question);
+            read->result = document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &read->error);
+            document->setOpenElsewhereQuestion(nullptr);
+            document->moveToThread(mainThread);
+            read->document = document;
+            return read;
+        },
+        [this, window](const std::shared_ptr<ReadArchive>& read) {
+            finishOpening(window, read->result, read->result == Document::ReadResult::Success ? read->take() : nullptr,
+                read->error);
+        });
+}
+
+void DocumentController::finishOpening(ArchiveWindow* window, Document::ReadResult result, Document* document,
+    const DocumentError& error)
+{
+    const QList<OpenCompletion> waiting = m_waiting.take(window);
+    if (!document) {
+        window->close(); // still loading: goes at once, nothing to save
         if (result == Document::ReadResult::QuitRequested)
             QTimer::singleShot(Delays::ms(0.35), this, &DocumentController::quitRequested);
-        if (completion)
-            completion(nullptr, error, result == Document::ReadResult::QuitRequested);
+        for (const OpenCompletion& completion : waiting) {
+            if (completion)
+                completion(nullptr, error, result == Document::ReadResult::QuitRequested);
+        }
         return;
     }
 
-    ArchiveWindow* window = addWindow(document);
+    window->adoptDocument(document);
+    window->windowControllerDidLoadNib();
     RecentDocuments::noteNewRecentDocument(document->packagePath());
     Q_EMIT recentDocumentsChanged();
-    if (display)
-        window->show();
     // Opening works on a read-only package, saving will not: say so now, not at closing time.
     const QString package = document->packagePath();
     if (!QFileInfo(package).isWritable()
@@ -101,30 +148,36 @@ void DocumentController::openDocumentWithContentsOfURL(
             QStringLiteral("%1\n\n%2").arg(package, localizedString(key("ARCHIVE_READ_ONLY_TEXT"))),
             { localizedString(key("OK")) });
     }
-    if (completion)
-        completion(window, {}, false);
+    for (const OpenCompletion& completion : waiting) {
+        if (completion)
+            completion(window, {}, false);
+    }
 }
 
 ArchiveWindow* DocumentController::openUntitledDocumentAndDisplay()
 {
-    ArchiveWindow* window = addWindow(new Document);
+    ArchiveWindow* window = addWindow(new Document, QString());
+    window->windowControllerDidLoadNib();
     window->show();
     return window;
 }
 
-ArchiveWindow* DocumentController::addWindow(Document* document)
+ArchiveWindow* DocumentController::addWindow(Document* document, const QString& loadingPath)
 {
     auto* window = new ArchiveWindow(document);
+    if (!loadingPath.isEmpty())
+        window->beginLoading(loadingPath);
     m_documents.append(window);
     connect(window, &ArchiveWindow::closed, this, [this](ArchiveWindow* closed) {
         m_documents.removeAll(closed);
+        // A window closed while its archive was read: its openers hear nothing more.
+        m_waiting.remove(closed);
         Q_EMIT documentsChanged();
     });
     connect(window->saving(), &ArchiveSaving::saved, this, [this](const QString& packagePath) {
         RecentDocuments::noteNewRecentDocument(packagePath);
         Q_EMIT recentDocumentsChanged();
     });
-    window->windowControllerDidLoadNib();
     Q_EMIT documentsChanged();
     return window;
 }

@@ -2,6 +2,7 @@
 
 #include "store/Document.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QStringList>
@@ -35,8 +36,10 @@ public:
     QStringList recentDocumentURLs() const;
 
     /// Reads the archive at @p path (its package folder or the Quillarc.qldb
-    /// inside it) and gives it a window, shown when @p display is set.
-    /// @p completion runs before this returns, with the window or the error.
+    /// inside it) and gives it a window, shown when @p display is set. The
+    /// window shows at once; the archive is read off the main thread and
+    /// @p completion runs on the main thread with the window or the error
+    /// (at once when the archive is already open).
     void openDocumentWithContentsOfURL(const QString& path, bool display, const OpenCompletion& completion = {});
     /// A new archive without a location, in its own window.
     ArchiveWindow* openUntitledDocumentAndDisplay();
@@ -64,9 +67,13 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
-    ArchiveWindow* addWindow(Document* document);
+    ArchiveWindow* addWindow(Document* document, const QString& loadingPath);
+    void finishOpening(ArchiveWindow* window, Document::ReadResult result, Document* document,
+        const DocumentError& error);
     void closeNext(QList<ArchiveWindow*> remaining, std::function<void(bool)> done);
 
     QList<ArchiveWindow*> m_documents;
+    /// Openers waiting for an archive that is still being read, by its window.
+    QHash<ArchiveWindow*, QList<OpenCompletion>> m_waiting;
     OpenElsewhereQuestion* m_question = nullptr;
 };

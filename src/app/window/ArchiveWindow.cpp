@@ -3,6 +3,7 @@
 #include "app/core/Delays.h"
 #include "app/popover/PopoverPresenter.h"
 #include "app/style/ThemeManager.h"
+#include "controls/TessaryBeachBallView.h"
 #include "app/window/ArchiveCommands.h"
 #include "app/window/ArchiveSaving.h"
 #include "app/window/MainView.h"
@@ -17,6 +18,7 @@
 #include "text/KVLocalizationDictionary.h"
 
 #include <QCloseEvent>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QStackedWidget>
@@ -26,9 +28,7 @@
 
 ArchiveWindow::ArchiveWindow(Document* document, QWidget* parent)
     : QMainWindow(parent)
-    , m_document(document)
 {
-    document->setParent(this);
     setObjectName(QStringLiteral("ArchiveWindow"));
     // No file name in the title: only the edited mark, which Qt shows in place of "[*]".
     setWindowTitle(QStringLiteral("[*]"));
@@ -47,11 +47,27 @@ ArchiveWindow::ArchiveWindow(Document* document, QWidget* parent)
     layout->addWidget(m_docView, 1);
     setCentralWidget(central);
 
+    attachDocument(document);
     m_saving = new ArchiveSaving(this);
     m_commands = new ArchiveCommands(this);
     m_popovers = new PopoverPresenter(this);
     m_menus = new Menus(this);
 
+    connect(m_saving, &ArchiveSaving::closeDecided, this, &ArchiveWindow::finishClose);
+    connect(m_titlebarView, &TitleStrip::infoRequested, this,
+        [this] { m_popovers->showInfoWithTag(0, m_titlebarView->infoButton()); });
+}
+
+ArchiveWindow::~ArchiveWindow() = default;
+
+void ArchiveWindow::attachDocument(Document* document)
+{
+    if (m_document) {
+        disconnect(m_document, nullptr, this, nullptr);
+        delete m_document;
+    }
+    m_document = document;
+    document->setParent(this);
     connect(document, &Document::editedChanged, this, [this](bool edited) {
         if (edited)
             updateChangeCount(ChangeType::Done);
@@ -59,12 +75,27 @@ ArchiveWindow::ArchiveWindow(Document* document, QWidget* parent)
     connect(document, &Document::changed, this, &ArchiveWindow::refreshTitle);
     // The archive's preferences decide some commands (set-up done).
     connect(document, &Document::changed, this, &ArchiveWindow::commandStateChanged);
-    connect(m_saving, &ArchiveSaving::closeDecided, this, &ArchiveWindow::finishClose);
-    connect(m_titlebarView, &TitleStrip::infoRequested, this,
-        [this] { m_popovers->showInfoWithTag(0, m_titlebarView->infoButton()); });
 }
 
-ArchiveWindow::~ArchiveWindow() = default;
+void ArchiveWindow::beginLoading(const QString& packagePath)
+{
+    m_loadingPath = packagePath;
+    m_titlebarView->setTitle(QFileInfo(packagePath).completeBaseName());
+    auto* spinner = new TessaryBeachBallView;
+    auto* page = new QWidget(m_docView);
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(spinner, 0, Qt::AlignCenter);
+    m_docView->addWidget(page);
+    m_docView->setCurrentWidget(page);
+    spinner->startAnimation();
+}
+
+void ArchiveWindow::adoptDocument(Document* document)
+{
+    m_loadingPath.clear();
+    attachDocument(document);
+    m_docView->setCurrentIndex(0);
+}
 
 void ArchiveWindow::windowControllerDidLoadNib()
 {
@@ -93,7 +124,7 @@ void ArchiveWindow::windowControllerDidLoadNib()
 
 bool ArchiveWindow::isUntitled() const
 {
-    return m_document->packagePath().isEmpty();
+    return !isLoading() && m_document->packagePath().isEmpty();
 }
 
 QString ArchiveWindow::archiveTitle() const
@@ -183,6 +214,7 @@ void ArchiveWindow::endWelcome()
 {
     if (m_mainView)
         return;
+    Q_EMIT welcomeEnding();
     if (m_welcomeView)
         m_welcomeView->setBusy(false);
     m_mainView = new MainView(m_document, m_docView);
@@ -216,7 +248,8 @@ void ArchiveWindow::bringToFront()
 
 void ArchiveWindow::closeEvent(QCloseEvent* event)
 {
-    if (m_closeApproved) {
+    // An archive still being read has nothing to save yet.
+    if (m_closeApproved || isLoading()) {
         m_popovers->closePopover();
         QMainWindow::closeEvent(event);
         Q_EMIT closed(this);

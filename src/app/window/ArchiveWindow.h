@@ -43,6 +43,16 @@ public:
     explicit ArchiveWindow(Document* document, QWidget* parent = nullptr);
     ~ArchiveWindow() override;
 
+    /// Shows the window while the archive at @p packagePath is still being
+    /// read elsewhere (a spinner); closing it then closes it at once.
+    void beginLoading(const QString& packagePath);
+    /// The package being read, "" once the archive is in the window.
+    QString loadingPath() const { return m_loadingPath; }
+    bool isLoading() const { return !m_loadingPath.isEmpty(); }
+    /// Takes the archive that was read and replaces the stand-in the window
+    /// was made with; windowControllerDidLoadNib() follows.
+    void adoptDocument(Document* document);
+
     /// The set-up after the window is made: update check 9 s later, views,
     /// deletion list, auto-save timer, initial data or validation allowed,
     /// files folder and parents, change count, fonts.
@@ -89,6 +99,8 @@ public:
     void bringToFront();
 
 Q_SIGNALS:
+    /// The welcome screen's time is up; the main view is being made.
+    void welcomeEnding();
     void mainViewLoaded();
     void dirtyChanged(bool dirty);
     /// Something that command enabling depends on changed.
@@ -103,13 +115,15 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void attachDocument(Document* document);
     void swapInto(QWidget* view, QWidget* toolbar, bool zoom);
     void refreshTitle();
     void finishClose(bool approved);
 
     friend class ArchiveSaving;
 
-    Document* m_document;
+    Document* m_document = nullptr;
+    QString m_loadingPath;
     TitleStrip* m_titlebarView = nullptr;
     QStackedWidget* m_docView = nullptr;
     QPointer<WelcomeView> m_welcomeView;
