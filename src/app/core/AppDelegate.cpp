@@ -222,6 +222,7 @@ bool AppDelegate::handleURL(const QString& urlText)
         }
     }
     const UrlRouter::Command command = UrlRouter::commandFor(url);
+    qCInfo(lcQuillarc).noquote() << QStringLiteral("URL command: %1").arg(url.host().toLower());
     // Parsed for every command; no command reads a parameter yet.
     UrlRouter::queryDictionary(urlText);
     const QString name = url.host().toLower();
