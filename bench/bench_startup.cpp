@@ -14,7 +14,6 @@
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
-
 #include <cstdio>
 
 namespace {
@@ -40,7 +39,8 @@ QString makeArchive(const QString& folder, int documents)
             auto document = QuillarcDocument::create();
             document->setField(QuillarcDocument::Title, Value::string(QStringLiteral("Rechnung %1").arg(i)));
             document->setField(QuillarcDocument::Name, Value::string(QStringLiteral("rechnung-%1").arg(i)));
-            document->setField(QuillarcDocument::ContentString, Value::string(QStringLiteral("Rechnung Betrag EUR %1 ").arg(i).repeated(80)));
+            document->setField(QuillarcDocument::ContentString,
+                Value::string(QStringLiteral("Rechnung Betrag EUR %1 ").arg(i).repeated(80)));
             list.append(Value::object(document));
         }
         archive.container()->mutableField(QuillarcContainer::Groups).mutableArray().append(Value::object(group));
@@ -59,7 +59,8 @@ Start startOnce(const QString& program, const QStringList& arguments, const QStr
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("QUILLARC_STARTUP_PROBE"), QStringLiteral("1"));
     environment.insert(QStringLiteral("QUILLARC_WELCOME_SECONDS"), QStringLiteral("0"));
-    environment.insert(QStringLiteral("QUILLARC_INSTANCE_NAME"), QStringLiteral("bench-%1-%2").arg(QCoreApplication::applicationPid()).arg(run));
+    environment.insert(QStringLiteral("QUILLARC_INSTANCE_NAME"),
+        QStringLiteral("bench-%1-%2").arg(QCoreApplication::applicationPid()).arg(run));
     environment.insert(QStringLiteral("HOME"), home);
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config-%1").arg(run));
     environment.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
@@ -103,8 +104,10 @@ void report(const char* label, const QString& program, const QStringList& argume
         shown.append(start.windowShownMs);
         ready.append(start.mainViewReadyMs);
     }
-    std::printf("%-24s window shown %8.1f ms (median of %lld, worst %.1f)   main view ready %7.1f ms after the welcome (worst %.1f)\n",
-        label, bench::median(shown), qint64(shown.size()), bench::worst(shown), bench::median(ready), bench::worst(ready));
+    std::printf("%-24s window shown %8.1f ms (median of %lld, worst %.1f)   main view ready %7.1f ms after the welcome "
+                "(worst %.1f)\n",
+        label, bench::median(shown), qint64(shown.size()), bench::worst(shown), bench::median(ready),
+        bench::worst(ready));
 }
 } // namespace
 
@@ -129,10 +132,12 @@ int main(int argc, char** argv)
         reads.append(bench::measure([&large] {
             Document archive;
             DocumentError error;
-            archive.readFromFileWrapper(large, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
+            archive.readFromFileWrapper(
+                large, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
         }).wallMs);
     }
-    std::printf("reading the 10,000-document archive: %.1f ms (median of 3), off the main thread\n", bench::median(reads));
+    std::printf(
+        "reading the 10,000-document archive: %.1f ms (median of 3), off the main thread\n", bench::median(reads));
 
     report("new archive", program, {}, folder.path());
     report("10,000 documents", program, { large }, folder.path());

@@ -5,11 +5,11 @@
 #include "app/core/DesktopIntegration.h"
 #include "app/core/DocumentController.h"
 #include "app/core/InstallOfferDialog.h"
+#include "controls/KVButton.h"
 
 #include <QCheckBox>
 #include <QLabel>
 #include <QProcess>
-#include "controls/KVButton.h"
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>

@@ -2,6 +2,7 @@
 #include "GuiTestMain.h"
 #include "app/core/AppDelegate.h"
 #include "app/core/AppSettings.h"
+#include "app/core/AppStartup.h"
 #include "app/core/Delays.h"
 #include "app/core/DocumentController.h"
 #include "app/core/RecentDocuments.h"
@@ -9,6 +10,7 @@
 #include "app/util/MessageBox.h"
 #include "app/window/ArchiveWindow.h"
 #include "store/KeyedArchiver.h"
+#include "text/KVLocalizationDictionary.h"
 
 #include <QSettings>
 #include <QSignalSpy>
@@ -57,6 +59,67 @@ private Q_SLOTS:
     {
         QSettings().clear();
         MessageBox::takeAskedAlerts();
+    }
+
+    void everyStartWritesTheUpdateAndPrintingDefaults()
+    {
+        QSettings settings;
+        settings.setValue(AppSettings::enableAutomaticChecks, true);
+        settings.setValue(AppSettings::skippedVersion, QStringLiteral("2.3"));
+        AppStartup::writeLaunchDefaults(settings);
+        QCOMPARE(settings.value(AppSettings::enableAutomaticChecks), QVariant(false));
+        QCOMPARE(settings.value(AppSettings::allowsAutomaticUpdates), QVariant(false));
+        QVERIFY(!settings.contains(AppSettings::skippedVersion));
+        QCOMPARE(settings.value(AppSettings::printingExpanded), QVariant(true));
+    }
+
+    void openDialogTakesThePackageOrItsDatabase()
+    {
+        const QString path = archive(QStringLiteral("Dialog"));
+        AppDelegate delegate;
+        FileDialog::setNextFileName(path + QStringLiteral("/Quillarc.qldb"));
+        delegate.openDocument(nullptr);
+        QTRY_VERIFY(windows(delegate).size() == 1 && allLoaded(delegate));
+        QCOMPARE(windows(delegate).first()->document()->packagePath(), path);
+        QVERIFY(FileDialog::takeAskedDialogs().first().acceptPackages);
+        FileDialog::setNextCancel();
+        delegate.openDocument(nullptr);
+        QCoreApplication::processEvents(); // the prepared Cancel arrives
+        QCOMPARE(windows(delegate).size(), 1);
+    }
+
+    void helpLinksFollowTheLanguage_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("support");
+        QTest::addColumn<QString>("manual");
+        QTest::newRow("de") << "de"
+                            << "https://quillarc.tessary.de/support/"
+                            << "https://quillarc.tessary.de/handbuch/";
+        QTest::newRow("en") << "en"
+                            << "https://quillarc.tessary.de/en/support/"
+                            << "https://quillarc.tessary.de/en/manual/";
+    }
+
+    void helpLinksFollowTheLanguage()
+    {
+        QFETCH(QString, language);
+        auto& table = KVLocalizationDictionary::sharedLocalizationDictionary();
+        table.setLanguage(language);
+        table.reloadLocalizationDictionary();
+        AppDelegate delegate;
+        QStringList opened;
+        delegate.setUrlOpener([&opened](const QUrl& url) {
+            opened.append(url.toString());
+            return true;
+        });
+        delegate.openSupportWebsite();
+        delegate.openManualWebsite();
+        table.setLanguage(QStringLiteral("en"));
+        table.reloadLocalizationDictionary();
+        QFETCH(QString, support);
+        QFETCH(QString, manual);
+        QCOMPARE(opened, QStringList({ support, manual }));
     }
 
     void firstStartMakesANewArchive()

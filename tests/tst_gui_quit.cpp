@@ -37,7 +37,9 @@ private:
         for (const QString& path : paths)
             delegate.documentController()->openDocumentWithContentsOfURL(path, false);
         const QList<ArchiveWindow*> windows = delegate.documentController()->documents();
-        [&] { QTRY_VERIFY(std::none_of(windows.begin(), windows.end(), [](ArchiveWindow* w) { return w->isLoading(); })); }();
+        [&] {
+            QTRY_VERIFY(std::none_of(windows.begin(), windows.end(), [](ArchiveWindow* w) { return w->isLoading(); }));
+        }();
         for (int i = 0; i < paths.size(); ++i) {
             if (edited.at(i))
                 windows.at(i)->document()->container()->setValue(

@@ -82,8 +82,8 @@ struct ReadArchive
 };
 } // namespace
 
-void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool display,
-    const OpenCompletion& completion)
+void DocumentController::openDocumentWithContentsOfURL(
+    const QString& path, bool display, const OpenCompletion& completion)
 {
     if (ArchiveWindow* open = documentForPath(path)) {
         if (display)
@@ -121,8 +121,8 @@ void DocumentController::openDocumentWithContentsOfURL(const QString& path, bool
         });
 }
 
-void DocumentController::finishOpening(ArchiveWindow* window, Document::ReadResult result, Document* document,
-    const DocumentError& error)
+void DocumentController::finishOpening(
+    ArchiveWindow* window, Document::ReadResult result, Document* document, const DocumentError& error)
 {
     const QList<OpenCompletion> waiting = m_waiting.take(window);
     if (!document) {

@@ -68,8 +68,8 @@ Q_SIGNALS:
 
 private:
     ArchiveWindow* addWindow(Document* document, const QString& loadingPath);
-    void finishOpening(ArchiveWindow* window, Document::ReadResult result, Document* document,
-        const DocumentError& error);
+    void finishOpening(
+        ArchiveWindow* window, Document::ReadResult result, Document* document, const DocumentError& error);
     void closeNext(QList<ArchiveWindow*> remaining, std::function<void(bool)> done);
 
     QList<ArchiveWindow*> m_documents;

@@ -9,7 +9,6 @@
 #include <QIcon>
 #include <QLabel>
 #include <QVBoxLayout>
-
 #include <algorithm>
 
 namespace {
