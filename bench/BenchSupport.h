@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QList>
 #include <QProcess>
 
 #include <algorithm>
 #include <cstdio>
 #include <sys/resource.h>
+#include <unistd.h>
 
 /// Small helpers shared by the benchmarks: wall-clock timing, medians and
 /// peak memory. Benchmarks print figures; they never pass or fail.
@@ -62,6 +64,16 @@ inline double peakRssMiB()
     rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
     return double(usage.ru_maxrss) / 1024.0;
+}
+
+/// Resident memory of this process now, in MiB.
+inline double currentRssMiB()
+{
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.size() > 1 ? double(fields[1].toLongLong()) * double(sysconf(_SC_PAGESIZE)) / 1048576.0 : 0;
 }
 
 /// Wall-clock milliseconds of an external command (for reference figures such

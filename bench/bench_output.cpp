@@ -14,6 +14,7 @@
 #include "output/ExportSummary.h"
 #include "output/Exporter.h"
 #include "output/LogReport.h"
+#include "store/ArchivedFile.h"
 #include "store/Document.h"
 #include "store/Fingerprint.h"
 #include "store/PackageMember.h"
@@ -103,7 +104,7 @@ public:
     /// Changes one byte of a member, so its document reads as corrupted.
     void damage(const DocumentPtr& document)
     {
-        QFile member(document->fileURL());
+        QFile member(ArchivedFile::fileURL(*document));
         if (!member.open(QIODevice::ReadWrite))
             return;
         QByteArray bytes = member.readAll();
@@ -274,7 +275,7 @@ int main(int argc, char** argv)
         intact->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("Intact")));
         intact->setParent(bench.archive().container().get());
         for (const DocumentPtr& document : group->documents()) {
-            if (!document->isFileCorrupted())
+            if (!ArchivedFile::isFileCorrupted(*document))
                 intact->mutableField(QuillarcGroup::Documents).mutableArray().append(Value::object(document));
         }
         Exporter exporter(&bench.archive());

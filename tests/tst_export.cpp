@@ -6,6 +6,7 @@
 #include "output/ExportSummary.h"
 #include "output/Exporter.h"
 #include "output/ReportStyle.h"
+#include "store/ArchivedFile.h"
 #include "store/ExtendedAttributes.h"
 #include "store/Fingerprint.h"
 #include "text/KVLocalizationDictionary.h"
@@ -115,7 +116,7 @@ private Q_SLOTS:
         run = runCli({ "export", package, blocker + "/sub" });
         QCOMPARE(run.exitCode, 2);
         QVERIFY(!run.err.isEmpty());
-        QVERIFY(QFile::remove(archive->allDocuments().first()->fileURL()));
+        QVERIFY(QFile::remove(ArchivedFile::fileURL(*archive->allDocuments().first())));
         run = runCli({ "export", package, freshPath("cli-missing") });
         QCOMPARE(run.exitCode, 1);
         QVERIFY2(QString::fromUtf8(run.err).contains(text("File not found.")), run.err.constData());
@@ -308,7 +309,7 @@ private Q_SLOTS:
         const auto archive = makeArchive({ { "G", "1", "First", "first bytes" }, { "G", "2", "Second", "second bytes" },
             { "G", "3", "Third", "third bytes" } });
         const DocumentPtr second = archive->allDocuments().at(1);
-        const QString member = second->fileURL();
+        const QString member = ArchivedFile::fileURL(*second);
         if (damage == QLatin1String("delete"))
             QVERIFY(QFile::remove(member));
         else if (damage == QLatin1String("folder"))

@@ -6,6 +6,7 @@
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchivedFile.h"
 #include "store/ExtendedAttributes.h"
 #include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
@@ -288,7 +289,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         ArchiveFixture fixture(packagePath("copydamage"));
         const DocumentPtr record = fixture.addDocument(fixture.addGroup(QStringLiteral("G")), "scan", someBytes(5));
-        const QString path = record->fileURL();
+        const QString path = ArchivedFile::fileURL(*record);
         if (member.isEmpty())
             QVERIFY(QDir(QFileInfo(path).absolutePath()).removeRecursively());
         else

@@ -6,6 +6,7 @@
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchivedFile.h"
 #include "store/ExtendedAttributes.h"
 #include "store/IntegrityValidator.h"
 #include "store/KeyedArchiver.h"
@@ -160,7 +161,7 @@ private Q_SLOTS:
         QCOMPARE(record->extension(), extension);
         QCOMPARE(record->path(), QStringLiteral("Files/%1/%2").arg(record->uniqueID(), name));
         QCOMPARE(record->iconPath(), record->path() + QStringLiteral(".png"));
-        const QDir member(QFileInfo(record->fileURL()).absolutePath());
+        const QDir member(QFileInfo(ArchivedFile::fileURL(*record)).absolutePath());
         QCOMPARE(member.entryList(QDir::Files | QDir::Hidden, QDir::Name), QStringList({ name, name + ".png" }));
     }
 
@@ -405,14 +406,14 @@ private Q_SLOTS:
         const DocumentPtr record = intake.addDocument(writeSource("blob.bin", bytes), m_group);
         QVERIFY(record);
         QCOMPARE(record->field(QuillarcDocument::FileSize), Value::real(300000.0));
-        QVERIFY(!record->isFileCorrupted());
+        QVERIFY(!ArchivedFile::isFileCorrupted(*record));
         QCOMPARE(
             IntegrityValidator::checkMember(archive.packagePath(), record->path(), record->string(), archive.string()),
             IntegrityValidator::MemberState::Intact);
-        const PackageMember::Contents contents = PackageMember::read(record->fileURL());
+        const PackageMember::Contents contents = PackageMember::read(ArchivedFile::fileURL(*record));
         QCOMPARE(contents.status, PackageMember::Status::Ok);
         QVERIFY(contents.data == bytes);
-        QCOMPARE(readFile(record->imageURL()), contents.quickLook);
+        QCOMPARE(readFile(ArchivedFile::imageURL(*record)), contents.quickLook);
         QVERIFY(!contents.fileIcon.isEmpty());
     }
 
@@ -505,11 +506,11 @@ private Q_SLOTS:
             return;
         }
         // Whatever came in has a complete member holding exactly what was read.
-        const PackageMember::Contents contents = PackageMember::read(record->fileURL());
+        const PackageMember::Contents contents = PackageMember::read(ArchivedFile::fileURL(*record));
         QCOMPARE(contents.status, PackageMember::Status::Ok);
         QCOMPARE(contents.data, stored);
-        QVERIFY(!record->isFileCorrupted());
-        QVERIFY(QFileInfo(record->imageURL()).isFile());
+        QVERIFY(!ArchivedFile::isFileCorrupted(*record));
+        QVERIFY(QFileInfo(ArchivedFile::imageURL(*record)).isFile());
         QCOMPARE(memberFolders().size(), before.size() + 1);
         if (kind == "gone.pdf") {
             QCOMPARE(record->fileID(), QStringLiteral("0"));
@@ -569,7 +570,7 @@ private Q_SLOTS:
         QVERIFY(!documents[1]->isLocked());
         QCOMPARE(reopened->container()->logs().size(), 4);
         for (const DocumentPtr& document : documents)
-            QVERIFY(!document->isFileCorrupted());
+            QVERIFY(!ArchivedFile::isFileCorrupted(*document));
         QVERIFY(!reopened->isAlreadyOpen());
     }
 
@@ -596,8 +597,8 @@ private Q_SLOTS:
         const QList<DocumentPtr> documents = reopened->allDocuments();
         QCOMPARE(documents.size(), 1);
         QCOMPARE(documents[0]->name(), QStringLiteral("bad\uFFFD"));
-        QCOMPARE(documents[0]->fileData(), QByteArray("latin"));
-        QVERIFY(!documents[0]->isFileCorrupted());
+        QCOMPARE(ArchivedFile::fileData(*documents[0]), QByteArray("latin"));
+        QVERIFY(!ArchivedFile::isFileCorrupted(*documents[0]));
     }
 };
 

@@ -3,6 +3,7 @@
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchivedFile.h"
 #include "store/IntegrityValidator.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
@@ -139,9 +140,9 @@ private Q_SLOTS:
             QStringLiteral("%1  %2\n\n%3  %4\n\n")
                 .arg(text("INTEGRITY_LOG_CORRUPTED_FAIL"), documents[0]->path(), text("INTEGRITY_LOG_MISSING_FAIL"),
                     documents[2]->path()));
-        QVERIFY(documents[0]->isFileCorrupted());
-        QVERIFY(!documents[1]->isFileCorrupted());
-        QVERIFY(documents[2]->isFileCorrupted());
+        QVERIFY(ArchivedFile::isFileCorrupted(*documents[0]));
+        QVERIFY(!ArchivedFile::isFileCorrupted(*documents[1]));
+        QVERIFY(ArchivedFile::isFileCorrupted(*documents[2]));
     }
 
     void pathsThatLeaveThePackageAreMissing()
@@ -150,7 +151,7 @@ private Q_SLOTS:
         writeFile(m_home.path() + QStringLiteral("/outside"), readFile(m_path + QLatin1Char('/') + m_firstMember));
         const auto document = archive->allDocuments().first();
         document->setField(QuillarcDocument::Path, Value::string("../outside"));
-        QVERIFY(document->isFileCorrupted());
+        QVERIFY(ArchivedFile::isFileCorrupted(*document));
         const QString fingerprint = document->string();
         QCOMPARE(IntegrityValidator::checkMember(m_path, "../outside", fingerprint, archive->string()),
             IntegrityValidator::MemberState::Missing);

@@ -5,6 +5,7 @@
 #include "intake/ScanSession.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
+#include "store/ArchivedFile.h"
 
 #include <QDir>
 #include <QTest>
@@ -263,7 +264,7 @@ private Q_SLOTS:
         QCOMPARE(documents.size(), 1);
         QCOMPARE(documents[0]->title(), QStringLiteral("Lieferschein 7"));
         QCOMPARE(documents[0]->group()->groupTitle(), QStringLiteral("Scans"));
-        QVERIFY(documents[0]->fileData().startsWith("%PDF-1.4"));
+        QVERIFY(ArchivedFile::fileData(*documents[0]).startsWith("%PDF-1.4"));
         const QList<LogObjectPtr> logs = archive->container()->logs();
         QCOMPARE(logs.size(), 2);
         for (const LogObjectPtr& log : logs) {

@@ -1,7 +1,9 @@
 #include "ArchiveFixture.h"
 #include "TestSupport.h"
+#include "intake/DeletionRules.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchivedFile.h"
 #include "store/CanonicalDump.h"
 #include "store/ExtendedAttributes.h"
 #include "store/KeyedArchiver.h"
@@ -281,7 +283,7 @@ private Q_SLOTS:
         const auto document = fixture.addDocument(group, QStringLiteral("same"), "1");
         const auto twin = fixture.addDocument(group, QStringLiteral("same"), "2");
         QVERIFY(document->path() != twin->path());
-        fixture.archive().addToDeleteIDSArray(document->uniqueID());
+        QVERIFY(DeletionRules(fixture.archive()).deleteDocument(document, group));
         fixture.archive().addToDeleteIDSArray(QStringLiteral("../../escape"));
         const QString outside = m_home.path() + QStringLiteral("/outside");
         QDir().mkpath(outside);
@@ -365,16 +367,16 @@ private Q_SLOTS:
         document->setField(QuillarcDocument::FileKind, Value::string(QStringLiteral("Text")));
         fixture.archive().setParents();
 
-        const QString copy = document->fileRepresentationPath();
-        QCOMPARE(copy, QuillarcDocument::applicationSupportDirectory() + QStringLiteral("/Vertrag.txt"));
+        const QString copy = ArchivedFile::fileRepresentationPath(*document);
+        QCOMPARE(copy, ArchivedFile::applicationSupportDirectory() + QStringLiteral("/Vertrag.txt"));
         QCOMPARE(readFile(copy), QByteArray("original"));
         if (supportsExtendedAttributes(QFileInfo(copy).path())) {
             QVERIFY(ExtendedAttributes::readTags(copy).isEmpty()); // tags follow 0.18 s later
             QTRY_COMPARE(ExtendedAttributes::readTags(copy), (QStringList { QStringLiteral("Steuer"), QStringLiteral("2026") }));
         }
         writeFile(copy, "changed by another application");
-        QCOMPARE(readFile(document->fileRepresentationPath()), QByteArray("changed by another application")); // reused
-        QCOMPARE(readFile(document->previewItemURL()), QByteArray("original"));                             // always fresh
+        QCOMPARE(readFile(ArchivedFile::fileRepresentationPath(*document)), QByteArray("changed by another application")); // reused
+        QCOMPARE(readFile(ArchivedFile::previewItemURL(*document)), QByteArray("original"));                             // always fresh
 
         QCOMPARE(fixture.archive().allFileKinds().size(), 1);
         QCOMPARE(fixture.archive().allFileKinds().first().value(QStringLiteral("fileKind")).toString(), QStringLiteral("Text"));
@@ -413,13 +415,13 @@ private Q_SLOTS:
         QVERIFY(second->isFileLocked());
         QCOMPARE(second->parentID(), group->databaseObjectUniqueID());
         QCOMPARE(fixture.archive().itemForID(second->uniqueID()), second);
-        QCOMPARE(second->fileData(), QByteArray("2"));
+        QCOMPARE(ArchivedFile::fileData(*second), QByteArray("2"));
 
         second->setField(QuillarcDocument::Path, Value::string(QStringLiteral("../../etc/passwd")));
-        QCOMPARE(second->fileURL(), QString());
+        QCOMPARE(ArchivedFile::fileURL(*second), QString());
         second->setField(QuillarcDocument::Path, Value::string(QStringLiteral("/etc/passwd")));
-        QCOMPARE(second->fileURL(), QString());
-        QVERIFY(second->fileData().isEmpty());
+        QCOMPARE(ArchivedFile::fileURL(*second), QString());
+        QVERIFY(ArchivedFile::fileData(*second).isEmpty());
         QVERIFY(fixture.archive().container()->group() == nullptr);
     }
 };

@@ -26,8 +26,10 @@ const std::vector<CliCommand>& cliCommands();
 /// Exit statuses shared by all commands.
 enum CliExit { ExitOk = 0, ExitRefused = 1, ExitError = 2 };
 
-/// Writes to stdout / stderr in UTF-8.
-void cliOut(const QString& text);
+/// Writes to stdout / stderr in UTF-8. A failed write to stdout is remembered
+/// and turns the command's exit status into an error; false from then on.
+bool cliOut(const QString& text);
+bool cliOutBytes(const QByteArray& bytes);
 void cliErr(const QString& text);
 /// Prints "quillarc-cli <command>: message" on stderr and returns ExitError.
 int cliFail(const char* command, const QString& message);

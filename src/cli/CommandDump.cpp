@@ -35,7 +35,9 @@ int runDump(const QStringList& arguments)
     if (root.isNil())
         return cliFail("dump", QStringLiteral("%1 is not a readable keyed archive: %2").arg(file, error));
     const QByteArray text = member ? CanonicalDump::dump(root) : CanonicalDump::dumpDatabase(root, semantic);
-    std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
+    if (text.isEmpty())
+        return cliFail("dump", CanonicalDump::tooLargeMessage());
+    cliOutBytes(text);
     return ExitOk;
 }
 

@@ -1,8 +1,8 @@
 #include "cli/CliCommand.h"
 #include "intake/PreviewMaker.h"
+#include "store/AtomicFile.h"
 
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -32,9 +32,9 @@ int runPreview(const QStringList& arguments)
     const QByteArray bytes = icon ? PreviewMaker::fileIconFromURL(source) : PreviewMaker::quickLookFromURL(source);
     if (bytes.isEmpty())
         return cliFail(kName, QStringLiteral("could not encode the image"));
-    QSaveFile out(paths.at(1));
-    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit())
-        return cliFail(kName, QStringLiteral("%1: %2").arg(paths.at(1), out.errorString()));
+    QString error;
+    if (!AtomicFile::writeFile(paths.at(1), bytes, &error))
+        return cliFail(kName, error);
     return ExitOk;
 }
 

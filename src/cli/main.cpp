@@ -3,11 +3,16 @@
 #include <QFile>
 #include <QGuiApplication>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+/// The first failure of a write to standard output; sticky, reported at the end.
+int outputError = 0;
+
 std::vector<CliCommand>& registry()
 {
     static std::vector<CliCommand> commands;
@@ -34,11 +39,32 @@ const std::vector<CliCommand>& cliCommands()
     return registry();
 }
 
-void cliOut(const QString& text)
+bool cliOut(const QString& text)
 {
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-    std::fflush(stdout);
+    return cliOutBytes(text.toUtf8());
+}
+
+bool cliOutBytes(const QByteArray& bytes)
+{
+    if (outputError)
+        return false;
+    errno = 0;
+    if (std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout) != size_t(bytes.size()) || std::fflush(stdout) != 0)
+        outputError = errno ? errno : EIO;
+    return outputError == 0;
+}
+
+/// A command's status, made an error when its output could not be written
+/// completely (a full disk, /dev/full): output cut short is never a success.
+int finishOutput(const QString& command, int status)
+{
+    errno = 0;
+    if (!outputError && std::fflush(stdout) != 0)
+        outputError = errno ? errno : EIO;
+    if (!outputError)
+        return status;
+    cliErr(QStringLiteral("quillarc-cli %1: cannot write the output: %2\n").arg(command, QString::fromLocal8Bit(std::strerror(outputError))));
+    return status == ExitOk || status == ExitRefused ? ExitError : status;
 }
 
 void cliErr(const QString& text)
@@ -83,12 +109,12 @@ int main(int argc, char** argv)
     QStringList arguments = app.arguments().mid(1);
     if (arguments.isEmpty() || arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")) {
         printUsage();
-        return arguments.isEmpty() ? ExitError : ExitOk;
+        return finishOutput(QStringLiteral("--help"), arguments.isEmpty() ? ExitError : ExitOk);
     }
     const QString name = arguments.takeFirst();
     for (const CliCommand& command : cliCommands()) {
         if (name == QLatin1String(command.name))
-            return command.run(arguments);
+            return finishOutput(name, command.run(arguments));
     }
     cliErr(QStringLiteral("quillarc-cli: unknown command '%1'\n").arg(name));
     printUsage();

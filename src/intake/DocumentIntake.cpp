@@ -7,6 +7,7 @@
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
+#include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
 #include "store/Fingerprint.h"
@@ -30,26 +31,19 @@ namespace {
 
 const QString temporaryMemberPrefix = QStringLiteral(".intake-");
 
-bool syncPath(const QString& path, int flags)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);
-    if (fd < 0)
-        return false;
-    const bool synced = ::fsync(fd) == 0;
-    ::close(fd);
-    return synced;
-}
-
 bool writeSynced(const QString& path, const QByteArray& bytes, bool sync, QString* error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly) || file.write(bytes) != bytes.size() || !file.flush()
-        || (sync && ::fsync(file.handle()) != 0)) {
-        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    bool written = file.open(QIODevice::WriteOnly | QIODevice::NewOnly) && file.write(bytes) == bytes.size() && file.flush();
+    if (written && sync && ::fsync(file.handle()) != 0) {
+        *error = AtomicFile::systemError(path, errno);
         return false;
     }
     file.close();
-    return true;
+    written = written && file.error() == QFileDevice::NoError;
+    if (!written)
+        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    return written;
 }
 
 /// Adds the elapsed time to a counter when it goes out of scope.
@@ -259,12 +253,16 @@ bool DocumentIntake::writeMember(
             m_stagedIDs.append(uniqueID);
             return true;
         }
-        syncPath(temporary, O_RDONLY | O_DIRECTORY);
-        if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0)
-            error = QStringLiteral("cannot move the member into place: %1")
-                        .arg(QString::fromLocal8Bit(std::strerror(errno)));
-        else
-            syncPath(filesPath, O_RDONLY | O_DIRECTORY);
+        if (!AtomicFile::syncDirectory(temporary, &error)) {
+            // nothing renamed: the temporary folder is removed below
+        } else if (::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0) {
+            error = AtomicFile::systemError(target, errno);
+        } else {
+            // The member is complete under its name; only the folder's entry may not be on disk yet.
+            QString syncError;
+            if (!AtomicFile::syncDirectory(filesPath, &syncError))
+                qCWarning(lcQuillarc).noquote() << syncError;
+        }
     }
     if (error.isEmpty())
         return true;
@@ -310,7 +308,9 @@ bool DocumentIntake::commitStagedMembers(QStringList* failedIDs)
             failedIDs->append(uniqueID);
         }
     }
-    syncPath(filesPath, O_RDONLY | O_DIRECTORY);
+    QString syncError;
+    if (!AtomicFile::syncDirectory(filesPath, &syncError))
+        qCWarning(lcQuillarc).noquote() << syncError;
     return true;
 }
 

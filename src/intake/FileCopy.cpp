@@ -3,12 +3,13 @@
 #include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchivedFile.h"
+#include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTimer>
 
 FileCopy::FileCopy(QObject* parent)
@@ -28,23 +29,20 @@ FileCopy::Result FileCopy::createFileCopy(const DocumentPtr& record, const QStri
 FileCopy::Result FileCopy::createFileCopyAtPath(const DocumentPtr& record, const QString& filePath)
 {
     m_filePath.clear();
-    const QString member = record ? record->fileURL() : QString();
+    const QString member = record ? ArchivedFile::fileURL(*record) : QString();
     if (member.isEmpty() || !QFileInfo(member).isFile()) {
         m_errorString = noFileErrorText();
         return Result::NoFile;
     }
-    if (record->isFileCorrupted()) {
+    if (ArchivedFile::isFileCorrupted(*record)) {
         m_errorString = fileCorruptedErrorText();
         return Result::Corrupted;
     }
-    const QByteArray bytes = record->fileData();
+    const QByteArray bytes = ArchivedFile::fileData(*record);
 
     // A copy that stops half-way must not look like a finished one.
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        m_errorString = file.errorString();
+    if (!AtomicFile::writeFile(filePath, bytes, &m_errorString))
         return Result::WriteFailed;
-    }
     m_filePath = QFileInfo(filePath).absoluteFilePath();
     m_errorString.clear();
 

@@ -1,5 +1,6 @@
 #include "model/QuillarcDatabaseObject.h"
 
+#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QUuid>
@@ -9,8 +10,22 @@ ClassInfo::ClassInfo(const char* className, std::vector<FieldInfo> fields, Objec
     , m_fields(std::move(fields))
     , m_factory(factory)
 {
-    for (size_t i = 0; i < m_fields.size(); ++i)
+    for (size_t i = 0; i < m_fields.size(); ++i) {
         m_index.insert(QString(m_fields[i].key), int(i));
+        if (m_fields[i].kind == Value::Kind::Array || m_fields[i].kind == Value::Kind::Dictionary
+            || m_fields[i].kind == Value::Kind::Object)
+            m_nestingFields.push_back(int(i));
+    }
+}
+
+bool ClassInfo::kindFits(Value::Kind expected, Value::Kind actual)
+{
+    if (actual == Value::Kind::Nil || expected == actual)
+        return true;
+    const auto isNumber = [](Value::Kind kind) {
+        return kind == Value::Kind::Bool || kind == Value::Kind::Integer || kind == Value::Kind::Real;
+    };
+    return isNumber(expected) && isNumber(actual);
 }
 
 QStringList ClassInfo::classChain() const
@@ -20,7 +35,7 @@ QStringList ClassInfo::classChain() const
 
 QuillarcDatabaseObject::QuillarcDatabaseObject(const ClassInfo& classInfo)
     : m_classInfo(classInfo)
-    , m_values(classInfo.fields().size())
+    , m_values(std::make_shared<FieldValues>(classInfo.fields().size()))
 {
 }
 
@@ -39,7 +54,7 @@ void QuillarcDatabaseObject::valuesChanged()
 Value QuillarcDatabaseObject::valueForKey(const QString& key) const
 {
     const int index = m_classInfo.indexOf(key);
-    return index < 0 ? Value() : m_values[size_t(index)];
+    return index < 0 ? Value() : field(index);
 }
 
 void QuillarcDatabaseObject::setValue(const QString& key, const Value& value)
@@ -51,7 +66,14 @@ void QuillarcDatabaseObject::setValue(const QString& key, const Value& value)
 
 void QuillarcDatabaseObject::setValue(int index, const Value& value)
 {
-    m_values[size_t(index)] = value;
+    // A field keeps the kind its table gives it, as decoding ensures too.
+    const FieldInfo& info = m_classInfo.fields()[size_t(index)];
+    if (!ClassInfo::kindFits(info.kind, value.kind())) {
+        qCWarning(lcQuillarc).noquote() << QStringLiteral("%1.%2: a %3 cannot be stored here; ignored")
+                                               .arg(m_classInfo.className(), QString(info.key), Value::kindName(value.kind()));
+        return;
+    }
+    setField(index, value);
     valuesChanged();
 }
 
@@ -69,9 +91,10 @@ void QuillarcDatabaseObject::setValueForKeyPath(const QString& keyPath, const Va
 void QuillarcDatabaseObject::applyDefaults()
 {
     const auto& fields = m_classInfo.fields();
+    FieldValues& values = detach();
     for (size_t i = 0; i < fields.size(); ++i) {
         const FieldInfo& field = fields[i];
-        Value& value = m_values[i];
+        Value& value = values[i];
         switch (field.defaultKind) {
         case FieldDefault::Nil:
             value = Value();

@@ -1,23 +1,10 @@
 #include "model/QuillarcDocument.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcGroup.h"
-#include "model/QuillarcPreferences.h"
-#include "store/Document.h"
-#include "store/ExtendedAttributes.h"
-#include "store/Fingerprint.h"
-#include "store/IntegrityValidator.h"
-#include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
 #include "text/StringHelpers.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QLocale>
-#include <QSaveFile>
-#include <QStandardPaths>
-#include <QTimer>
 
 using K = Value::Kind;
 using D = FieldDefault;
@@ -103,23 +90,6 @@ QString QuillarcDocument::shortFileDate() const
     return QLocale().toString(Clock::toDateTime(fileDate()).date(), QLocale::ShortFormat);
 }
 
-QString QuillarcDocument::fileURL() const
-{
-    const Document* archive = document();
-    return archive ? PackageMember::resolve(archive->packagePath(), path()) : QString();
-}
-
-QString QuillarcDocument::imageURL() const
-{
-    const Document* archive = document();
-    return archive ? PackageMember::resolve(archive->packagePath(), iconPath()) : QString();
-}
-
-QByteArray QuillarcDocument::fileData() const
-{
-    return PackageMember::read(fileURL()).data;
-}
-
 QString QuillarcDocument::fileCopyName() const
 {
     const QString label = localizedString(QStringLiteral("FILE_COPY_LABEL"));
@@ -127,63 +97,6 @@ QString QuillarcDocument::fileCopyName() const
         ? QStringLiteral("(%1) %2").arg(label, name())
         : QStringLiteral("(%1) %2_%3").arg(label, allowedPathString(slipNumber()), name());
     return extension().isEmpty() ? base : base + QLatin1Char('.') + extension();
-}
-
-QString QuillarcDocument::applicationSupportDirectory()
-{
-    const QString directory =
-        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Quillarc");
-    QDir().mkpath(directory);
-    return directory;
-}
-
-QString QuillarcDocument::representationFileName() const
-{
-    return QStringLiteral("%1.%2").arg(name(), extension());
-}
-
-QString QuillarcDocument::fileRepresentationPath() const
-{
-    const QString target = applicationSupportDirectory() + QLatin1Char('/') + representationFileName();
-    if (QFile::exists(target))
-        return target;
-    QFile file(target);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(fileData());
-    file.close();
-
-    const Document* archive = document();
-    if (archive && archive->preferences() && archive->preferences()->writeFinderTags()) {
-        const QStringList tagList = tags();
-        QTimer::singleShot(180, QCoreApplication::instance(), [target, tagList] {
-            QString error;
-            if (!ExtendedAttributes::writeTags(target, tagList, &error)) {
-                qCWarning(lcQuillarc).noquote() << QStringLiteral("NSURLTagNamesKey.Error: %1").arg(error);
-                qCWarning(lcQuillarc).noquote() << "ERRORwritingTags!";
-            }
-        });
-    }
-    return target;
-}
-
-QString QuillarcDocument::previewItemURL() const
-{
-    const QString target = applicationSupportDirectory() + QLatin1Char('/') + representationFileName();
-    QSaveFile file(target);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(fileData());
-        file.commit();
-    }
-    return target;
-}
-
-bool QuillarcDocument::isFileCorrupted() const
-{
-    const Document* archive = document();
-    if (!archive)
-        return true;
-    const QString salt = archive->string().isEmpty() ? Fingerprint::salt() : archive->string();
-    return IntegrityValidator::checkMember(archive->packagePath(), path(), string(), salt) != IntegrityValidator::MemberState::Intact;
 }
 
 QString QuillarcDocument::currentStateBlock(bool corrupted) const
@@ -201,16 +114,6 @@ QString QuillarcDocument::currentStateBlock(bool corrupted) const
     else
         block += QStringLiteral("\t%1:\t\t\t✓ (%2)\n").arg(localizedString(QStringLiteral("LOG_STATE")), localizedString(QStringLiteral("LOG_VALID")));
     return block;
-}
-
-QString QuillarcDocument::logText() const
-{
-    return currentStateBlock(isFileCorrupted());
-}
-
-QString QuillarcDocument::logTextNew() const
-{
-    return currentStateBlock(false);
 }
 
 Value QuillarcDocument::valueForKey(const QString& key) const

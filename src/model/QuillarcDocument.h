@@ -45,42 +45,18 @@ public:
     /// fileDate in the short date style of the current locale, without time.
     QString shortFileDate() const;
 
-    /// The archived member's location in the open archive's package; "" when
-    /// there is no open archive or `path` does not name a place inside it.
-    QString fileURL() const;
-    /// The preview image member's location, likewise.
-    QString imageURL() const;
-    /// The bytes of the file as it was taken in (the member's "data" entry);
-    /// empty when the member is missing or damaged.
-    QByteArray fileData() const;
-
     /// The name of a copy handed out (file copy, export): "(label) slip_name"
     /// with the slip number reduced to path-safe characters, or "(label)
     /// name" without one, then the extension.
     QString fileCopyName() const;
 
-    /// "~/.local/share/Quillarc", created when missing.
-    static QString applicationSupportDirectory();
-    /// A plain copy of the archived file for other applications; an existing
-    /// copy is reused as it is.
-    QString fileRepresentationPath() const;
-    /// A plain copy for the preview panel, always written afresh.
-    QString previewItemURL() const;
-
-    /// True when the archived member is missing, cannot be decoded, or its
-    /// bytes no longer match the fingerprint taken at intake.
-    bool isFileCorrupted() const;
-    /// The document's current-state block for the audit log, with a checked
-    /// state line (logText) or one that always says valid (logTextNew).
-    QString logText() const;
-    QString logTextNew() const;
+    /// The document's current-state block for the audit log: its state line
+    /// says corrupted or valid as told (logTextNew always says valid).
+    QString currentStateBlock(bool corrupted) const;
+    QString logTextNew() const { return currentStateBlock(false); }
 
     Value valueForKey(const QString& key) const override;
 
-private:
-    QString currentStateBlock(bool corrupted) const;
-
-    QString representationFileName() const;
 };
 
 /// Image name of a colour tag: 0 "redDot" ... 6 "grayDot", anything else "noDot".

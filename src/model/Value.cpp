@@ -142,6 +142,31 @@ ObjectPtr Value::toObject() const
     return m_kind == Kind::Object ? std::get<ObjectPtr>(m_storage) : ObjectPtr();
 }
 
+const void* Value::containerIdentity() const
+{
+    if (m_kind == Kind::Array)
+        return std::get<std::shared_ptr<ValueList>>(m_storage).get();
+    if (m_kind == Kind::Dictionary)
+        return std::get<std::shared_ptr<ValueMap>>(m_storage).get();
+    return nullptr;
+}
+
+bool Value::hasNestedValues() const
+{
+    if (m_kind == Kind::Array) {
+        for (const Value& item : toArray()) {
+            if (item.kind() >= Kind::Array)
+                return true;
+        }
+    } else if (m_kind == Kind::Dictionary) {
+        for (const Value& item : toDictionary()) {
+            if (item.kind() >= Kind::Array)
+                return true;
+        }
+    }
+    return false;
+}
+
 ValueList& Value::mutableArray()
 {
     if (m_kind != Kind::Array)

@@ -47,6 +47,11 @@ public:
     bool isNumber() const { return m_kind == Kind::Bool || m_kind == Kind::Integer || m_kind == Kind::Real; }
     bool isReal32() const { return m_kind == Kind::Real && m_flag; }
     bool isMutableContainer() const { return m_flag; }
+    /// The storage a list or dictionary shares with its copies (nullptr for
+    /// other kinds): equal identities mean the very same contents.
+    const void* containerIdentity() const;
+    /// True when a list or dictionary holds further lists, dictionaries or objects.
+    bool hasNestedValues() const;
 
     // Lenient readers: nil and values of another kind read as false, 0 or "".
     bool toBool() const;

@@ -2,22 +2,16 @@
 
 #include "model/QuillarcDocument.h"
 #include "output/ReportStyle.h"
-#include "report/PrinterDocument.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterTextView.h"
 #include "text/KVLocalizationDictionary.h"
 #include "text/StringHelpers.h"
 
-#include <optional>
 
 namespace {
 std::shared_ptr<PrinterItem> textItem(const QString& text, double size, bool bold, const QColor& color, double left)
 {
-    auto item = std::make_shared<PrinterItem>(
-        PrinterAttributedString(text, PrinterFont::format(PrinterFont::systemFont(size, bold), color)));
-    item->setLeftMargin(left);
-    item->setRightMargin(40);
-    return item;
+    return ReportStyle::textItem(text, PrinterFont::format(PrinterFont::systemFont(size, bold), color), left);
 }
 
 QString shortened(const QString& text)
@@ -43,22 +37,11 @@ ExportSummary::ExportSummary(const QString& title, const QString& description, c
 QString ExportSummary::totalsLine(const QList<DocumentPtr>& documents)
 {
     // Documents without a file date take no part in the span.
-    std::optional<ReferenceTime> earliest;
-    std::optional<ReferenceTime> latest;
-    for (const DocumentPtr& document : documents) {
-        const Value& date = document->field(QuillarcDocument::FileDate);
-        if (date.kind() != Value::Kind::Date)
-            continue;
-        const ReferenceTime time = date.toDate();
-        if (!earliest || time < *earliest)
-            earliest = time;
-        if (!latest || time > *latest)
-            latest = time;
-    }
-    return QStringLiteral("%1 %2, %3 - %4")
-        .arg(QString::number(documents.size()), localizedString(QStringLiteral("EXPORT_SUMMARY_FILES")),
-            earliest ? ReportStyle::mediumDate(*earliest) : QString(),
-            latest ? ReportStyle::mediumDate(*latest) : QString());
+    ReportStyle::DateSpan span;
+    for (const DocumentPtr& document : documents)
+        span.include(document->field(QuillarcDocument::FileDate));
+    return QStringLiteral("%1 %2, %3")
+        .arg(QString::number(documents.size()), localizedString(QStringLiteral("EXPORT_SUMMARY_FILES")), span.text());
 }
 
 QString ExportSummary::documentLine(const QuillarcDocument& document, bool includeComment, bool includeTags)
@@ -82,28 +65,12 @@ void ExportSummary::appendDocument(const QuillarcDocument& document, bool includ
 
 std::unique_ptr<PrinterTextView> ExportSummary::footer(const QString& currentGroupTitle, const QDate& today)
 {
-    PrinterAttributedString text(localizedString(QStringLiteral("CEATED_WITH_APPNAME")),
-        PrinterFont::format(PrinterFont::systemFont(9), ReportStyle::lightGray()));
-    // Two line breaks in a 1-point face: a small gap rather than two empty lines.
-    const QTextCharFormat gap = PrinterFont::format(PrinterFont::systemFont(1));
-    text.append(QStringLiteral("\n"), gap);
-    text.append(QStringLiteral("\n"), gap);
-    text.append(
+    return ReportStyle::footer(PrinterFont::format(PrinterFont::systemFont(9), ReportStyle::lightGray()),
         QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2").arg(ReportStyle::mediumDate(today), currentGroupTitle),
         PrinterFont::format(PrinterFont::systemFont(8), ReportStyle::lightGray()));
-    auto view = std::make_unique<PrinterTextView>(QRectF(72, 0, 554, 40));
-    view->setAttributedString(text);
-    return view;
 }
 
 QByteArray ExportSummary::plainPDFDocument(const QString& currentGroupTitle, int* pageCount, const QDate& today) const
 {
-    PrinterDocument report(m_items, 0);
-    report.setTopMargin(72);
-    report.setBottomMargin(60);
-    report.setFooterView(footer(currentGroupTitle, today));
-    const QByteArray pdf = report.plainPDFDocument();
-    if (pageCount)
-        *pageCount = int(report.pages().size());
-    return pdf;
+    return ReportStyle::pdf(m_items, footer(currentGroupTitle, today), pageCount);
 }

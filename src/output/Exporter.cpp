@@ -6,6 +6,8 @@
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
 #include "output/ExportSummary.h"
+#include "store/ArchivedFile.h"
+#include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
 #include "store/PackageMember.h"
@@ -17,7 +19,6 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QPointer>
-#include <QSaveFile>
 #include <QTimer>
 #include <algorithm>
 
@@ -128,10 +129,10 @@ Exporter::Result Exporter::run(const QString& title, const QString& description,
 
     ExportSummary summary(title, description, documents);
     for (const DocumentPtr& document : documents) {
-        const QString member = document->fileURL();
+        const QString member = ArchivedFile::fileURL(*document);
         if (member.isEmpty() || !QFileInfo::exists(member))
             return fail(Result::MissingFile, localizedString(QStringLiteral("File not found.")), document);
-        if (document->isFileCorrupted())
+        if (ArchivedFile::isFileCorrupted(*document))
             return fail(
                 Result::CorruptedFile, localizedString(QStringLiteral("File appears to be corrupted.")), document);
         summary.appendDocument(*document, includeComment, includeTags);
@@ -158,11 +159,10 @@ Exporter::Result Exporter::run(const QString& title, const QString& description,
 
 bool Exporter::writeFile(const QString& path, const QByteArray& bytes)
 {
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+    QString error;
+    if (AtomicFile::writeFile(path, bytes, &error))
         return true;
-    m_errorString = localizedString(QStringLiteral("The file could not be written."))
-        + QStringLiteral(" (%1: %2)").arg(path, file.errorString());
+    m_errorString = localizedString(QStringLiteral("The file could not be written.")) + QStringLiteral(" (%1)").arg(error);
     return false;
 }
 

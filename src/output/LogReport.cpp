@@ -7,12 +7,12 @@
 #include "report/PrinterDocument.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterTextView.h"
+#include "store/ArchivedFile.h"
+#include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QHash>
-#include <QSaveFile>
-#include <optional>
 
 namespace {
 QTextCharFormat style(const char* face, double size, const QColor& color)
@@ -22,11 +22,7 @@ QTextCharFormat style(const char* face, double size, const QColor& color)
 
 std::shared_ptr<PrinterItem> textItem(const QString& text, const QTextCharFormat& format, double left, double top = 0)
 {
-    auto item = std::make_shared<PrinterItem>(PrinterAttributedString(text, format));
-    item->setLeftMargin(left);
-    item->setRightMargin(40);
-    item->setTopMargin(top);
-    return item;
+    return ReportStyle::textItem(text, format, left, top);
 }
 
 QString text(const char* key)
@@ -56,20 +52,10 @@ PrinterItemList LogReport::items() const
 
     items << textItem(completeLog, style("WriteSans-Bold", 23, Qt::black), 72);
 
-    std::optional<ReferenceTime> earliest;
-    std::optional<ReferenceTime> latest;
-    for (const LogObjectPtr& entry : logs) {
-        if (entry->field(QuillarcLogObject::CreationDate).kind() != Value::Kind::Date)
-            continue;
-        const ReferenceTime time = entry->creationDate();
-        if (!earliest || time < *earliest)
-            earliest = time;
-        if (!latest || time > *latest)
-            latest = time;
-    }
-    items << textItem(QStringLiteral("%1 - %2").arg(earliest ? ReportStyle::mediumDate(*earliest) : QString(),
-                          latest ? ReportStyle::mediumDate(*latest) : QString()),
-        style("WriteSans-Regular", 17, ReportStyle::gray()), 116, 3);
+    ReportStyle::DateSpan span;
+    for (const LogObjectPtr& entry : logs)
+        span.include(entry->field(QuillarcLogObject::CreationDate));
+    items << textItem(span.text(), style("WriteSans-Regular", 17, ReportStyle::gray()), 116, 3);
 
     items << textItem(
         container ? container->containerTitle() : QString(), style("WriteSans-Bold", 11, Qt::black), 116, 36);
@@ -100,7 +86,7 @@ PrinterItemList LogReport::items() const
         auto known = corruptedByID.constFind(id);
         if (known == corruptedByID.constEnd()) {
             const DocumentPtr document = documents.value(id);
-            known = corruptedByID.insert(id, document && document->isFileCorrupted());
+            known = corruptedByID.insert(id, document && ArchivedFile::isFileCorrupted(*document));
         }
         items << textItem(entryText(*known, entry->logText()), entryStyle, 72);
     }
@@ -110,39 +96,24 @@ PrinterItemList LogReport::items() const
 std::unique_ptr<PrinterTextView> LogReport::footer(const QDate& today) const
 {
     const ContainerPtr container = m_archive.container();
-    PrinterAttributedString line(text("CEATED_WITH_APPNAME"), style("WriteSans-Bold", 6, ReportStyle::gray()));
-    const QTextCharFormat gap = PrinterFont::format(PrinterFont::systemFont(1));
-    line.append(QStringLiteral("\n"), gap);
-    line.append(QStringLiteral("\n"), gap);
-    line.append(QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2 | %3")
-                    .arg(ReportStyle::shortDate(today), text("COMPLETE_LOG"),
-                        container ? container->containerTitle() : QString()),
+    return ReportStyle::footer(style("WriteSans-Bold", 6, ReportStyle::gray()),
+        QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2 | %3")
+            .arg(ReportStyle::shortDate(today), text("COMPLETE_LOG"), container ? container->containerTitle() : QString()),
         style("WriteSans-Regular", 6, ReportStyle::gray()));
-    auto view = std::make_unique<PrinterTextView>(QRectF(72, 0, 554, 40));
-    view->setAttributedString(line);
-    return view;
 }
 
 QByteArray LogReport::plainPDFDocument(int* pageCount, const QDate& today) const
 {
-    PrinterDocument report(items(), 0);
-    report.setTopMargin(72);
-    report.setBottomMargin(60);
-    report.setFooterView(footer(today));
-    const QByteArray pdf = report.plainPDFDocument();
-    if (pageCount)
-        *pageCount = int(report.pages().size());
-    return pdf;
+    return ReportStyle::pdf(items(), footer(today), pageCount);
 }
 
 bool LogReport::write(const QString& path, QString* error, int* pageCount) const
 {
     const QByteArray pdf = plainPDFDocument(pageCount);
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(pdf) == pdf.size() && file.commit())
+    QString reason;
+    if (AtomicFile::writeFile(path, pdf, &reason))
         return true;
     if (error)
-        *error = localizedString(QStringLiteral("The file could not be written."))
-            + QStringLiteral(" (%1: %2)").arg(path, file.errorString());
+        *error = localizedString(QStringLiteral("The file could not be written.")) + QStringLiteral(" (%1)").arg(reason);
     return false;
 }

@@ -15,13 +15,19 @@ public:
     {
     }
 
+    /// The dump, or nothing when it grew past its limit (a value shared so
+    /// often that printing it out in full would never end).
     QByteArray run(const Value& root, bool isDatabase)
     {
         m_isDatabase = isDatabase;
         print(root, 0, true);
+        if (m_out.size() > maxDumpSize)
+            return QByteArray();
         m_out += '\n';
         return m_out;
     }
+
+    static constexpr qsizetype maxDumpSize = qsizetype(1) << 30;
 
 private:
     void indent(int level) { m_out.append(QByteArray(2 * level, ' ')); }
@@ -71,6 +77,8 @@ private:
 
     void print(const Value& value, int level, bool isRoot = false)
     {
+        if (m_out.size() > maxDumpSize)
+            return;
         switch (value.kind()) {
         case Value::Kind::Nil:
             m_out += "null";
@@ -205,4 +213,10 @@ QByteArray CanonicalDump::dumpDatabase(const Value& database, bool semantic)
 QByteArray CanonicalDump::dump(const Value& root)
 {
     return Printer(false).run(root, false);
+}
+
+QString CanonicalDump::tooLargeMessage()
+{
+    return QStringLiteral("the archive shares its values so often that its dump would exceed %1 MiB")
+        .arg(Printer::maxDumpSize >> 20);
 }

@@ -9,9 +9,12 @@
 namespace CanonicalDump {
 
 /// The database dictionary; its "companyData" is shown decoded. With
-/// `semantic`, the length and digest of "companyData" are left out.
+/// `semantic`, the length and digest of "companyData" are left out. Empty
+/// when the dump would exceed 1 GiB (values shared over and over).
 QByteArray dumpDatabase(const Value& database, bool semantic);
 /// Any other decoded archive, such as an archived file member.
 QByteArray dump(const Value& root);
+/// Why a dump came back empty.
+QString tooLargeMessage();
 
 } // namespace CanonicalDump

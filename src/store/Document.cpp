@@ -6,6 +6,9 @@
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
+#include "store/ArchiveSnapshot.h"
+#include "store/AtomicFile.h"
+#include "store/DatabaseWriter.h"
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
@@ -16,7 +19,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
-#include <QSaveFile>
+#include <QCoreApplication>
 #include <QSet>
 #include <QSysInfo>
 #include <QTimer>
@@ -34,15 +37,6 @@ QString key(const char* text)
     return QString::fromLatin1(text);
 }
 
-/// Flushes a folder's entry list to disk, so a rename inside it survives a crash.
-void syncDirectory(const QString& path)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-}
 } // namespace
 
 QString DocumentError::text() const
@@ -58,10 +52,15 @@ QString DocumentError::text() const
 Document::Document(QObject* parent)
     : QObject(parent)
 {
+    m_saveQueue.setMaxThreadCount(1);
+    // The save thread stays for the archive's life instead of being made for every save.
+    m_saveQueue.setExpiryTimeout(-1);
 }
 
 Document::~Document()
 {
+    // A save on its way still reads the package path and writes the package.
+    m_saveQueue.waitForDone();
     // Objects may outlive the archive (a copy held by a list); they must not reach back.
     if (m_container)
         m_container->setParent(nullptr);
@@ -250,71 +249,59 @@ void Document::setParents()
 
 void Document::deleteFiles()
 {
-    if (m_deleteIDSArray.isEmpty() || !checkForFilesWrapper())
-        return;
-    const QDir files(filesPath());
-    for (const QString& uniqueID : std::as_const(m_deleteIDSArray)) {
-        // Only plain names of folders directly inside Files/ are ever removed.
-        if (uniqueID.isEmpty() || uniqueID.contains(QLatin1Char('/')) || uniqueID == QLatin1String("..")
-            || uniqueID == QLatin1String("."))
-            continue;
-        const QString member = files.filePath(uniqueID);
-        // A link is removed as a link: what it points to is not the archive's.
-        if (QFileInfo(member).isSymLink())
-            QFile::remove(member);
-        else if (QFileInfo(member).isDir())
-            QDir(member).removeRecursively();
-    }
+    QSet<QString> kept;
+    for (const DocumentPtr& document : allDocuments())
+        kept.insert(document->uniqueID());
+    if (!m_deleteIDSArray.isEmpty() && checkForFilesWrapper())
+        DatabaseWriter::removeMemberFolders(m_packagePath, m_deleteIDSArray, kept);
 }
 
 void Document::saveSelectionIndexes()
 {
-    if (!m_selectionProvider)
-        return;
-    const auto [groups, documents] = m_selectionProvider();
+    const QString documentsKey = QStringLiteral("documentsSelection");
+    const QString groupsKey = QStringLiteral("groupsSelection");
     ValueMap& entries = m_indexDictionary.mutableDictionary();
-    entries.insert(QStringLiteral("documentsSelection"), Value::integer(documents < 0 ? notFound : documents));
-    entries.insert(QStringLiteral("groupsSelection"), Value::integer(groups < 0 ? notFound : groups));
+    if (m_selectionProvider) {
+        const auto [groups, documents] = m_selectionProvider();
+        entries.insert(documentsKey, Value::integer(documents < 0 ? notFound : documents));
+        entries.insert(groupsKey, Value::integer(groups < 0 ? notFound : groups));
+        return;
+    }
+    // Without a window the stored selection stands; a key never stored means nothing selected.
+    for (const QString& key : { documentsKey, groupsKey }) {
+        if (!entries.value(key).isNumber())
+            entries.insert(key, Value::integer(notFound));
+    }
 }
 
-Value Document::fileWrapperOfType()
+ArchiveSnapshot Document::fileWrapperOfType()
 {
     if (m_preferences && !m_preferences->isFirstSaveDone())
         m_preferences->setField(QuillarcPreferences::IsFirstSaveDone, Value::boolean(true));
     checkForFilesWrapper();
     saveSelectionIndexes();
-    deleteFiles();
 
-    ValueMap company;
-    company.insert(QStringLiteral("container"), Value::object(m_container));
-    const QByteArray companyData = KeyedArchiver::archivedDataWithRootObject(Value::dictionary(company, false));
-
-    ValueMap database;
-    database.insert(QStringLiteral("db_version"), Value::real(2.0, true));
-    database.insert(QStringLiteral("db_kind"), Value::integer(0));
-    database.insert(QStringLiteral("isInitialDataCreated"), Value::boolean(m_isInitialDataCreated));
-    database.insert(QStringLiteral("isAlreadyOpen"), Value::boolean(m_isAlreadyOpen));
-    database.insert(QStringLiteral("host"), Value::string(m_host));
-    database.insert(QStringLiteral("companyData"), Value::data(companyData));
-    database.insert(QStringLiteral("companyString"), Value::string(Fingerprint::saltedFingerprint(companyData, Fingerprint::salt())));
-    database.insert(QStringLiteral("preferences"), Value::object(m_preferences));
-    database.insert(QStringLiteral("indexDictionary"),
-        m_indexDictionary.kind() == Value::Kind::Dictionary ? m_indexDictionary : Value::dictionary());
-    return Value::dictionary(database, false);
+    ArchiveSnapshot snapshot;
+    snapshot.packagePath = m_packagePath;
+    snapshot.isInitialDataCreated = m_isInitialDataCreated;
+    snapshot.isAlreadyOpen = m_isAlreadyOpen;
+    snapshot.host = m_host;
+    snapshot.container = Value::object(m_container);
+    snapshot.preferences = Value::object(m_preferences);
+    snapshot.indexDictionary = m_indexDictionary;
+    snapshot.deleteIDs = m_deleteIDSArray;
+    snapshot.captureObjects();
+    return snapshot;
 }
 
-bool Document::writeDatabase(const QByteArray& bytes, QString* error)
+QString Document::preparePackage(const QString& packagePath)
 {
-    // Written beside the old database, synced, then renamed over it: a crash
-    // leaves either the old or the new database, never a mixture.
-    QSaveFile file(QDir(m_packagePath).filePath(QLatin1String(databaseName)));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        if (error)
-            *error = file.errorString();
-        return false;
-    }
-    syncDirectory(m_packagePath);
-    return true;
+    if (packagePath.isEmpty())
+        return QStringLiteral("the archive has no location yet");
+    m_packagePath = packagePathFor(packagePath);
+    if (!QDir().mkpath(m_packagePath))
+        return AtomicFile::systemError(m_packagePath, errno);
+    return QString();
 }
 
 bool Document::save(QString* error)
@@ -324,44 +311,74 @@ bool Document::save(QString* error)
 
 bool Document::saveToPath(const QString& packagePath, QString* error)
 {
-    QString message;
-    if (packagePath.isEmpty()) {
-        message = QStringLiteral("the archive has no location yet");
-    } else {
-        m_packagePath = packagePathFor(packagePath);
-        if (!QDir().mkpath(m_packagePath))
-            message = QStringLiteral("cannot create %1").arg(m_packagePath);
-    }
+    // A save written here must not overtake one still on its way.
+    waitForSaves();
+    const int changeCountAtSnapshot = m_changeCount;
+    QString message = preparePackage(packagePath);
     if (message.isEmpty()) {
-        const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(fileWrapperOfType());
-        writeDatabase(bytes, &message);
+        ArchiveSnapshot snapshot = fileWrapperOfType();
+        DatabaseWriter::write(snapshot, &message);
     }
-    if (m_preferences && !m_preferences->isFirstSaveDone())
-        m_preferences->setField(QuillarcPreferences::IsFirstSaveDone, Value::boolean(true));
-    if (!message.isEmpty()) {
-        qCWarning(lcQuillarc).noquote() << QStringLiteral("ERROR SAVING: %1").arg(message);
-        if (error)
-            *error = message;
-        return false;
-    }
-    clearChangeCount();
-    return true;
+    finishSave(message, changeCountAtSnapshot);
+    if (error)
+        *error = message;
+    return message.isEmpty();
 }
 
 void Document::saveToURL(const QString& packagePath, std::function<void(const QString& error)> completionHandler)
 {
+    const int changeCountAtSnapshot = m_changeCount;
+    const QString problem = preparePackage(packagePath);
+    if (!problem.isEmpty()) {
+        ++m_pendingSaves;
+        QTimer::singleShot(0, this, [this, problem, changeCountAtSnapshot, completionHandler] {
+            --m_pendingSaves;
+            finishSave(problem, changeCountAtSnapshot);
+            if (completionHandler)
+                completionHandler(problem);
+        });
+        return;
+    }
+    auto snapshot = std::make_shared<ArchiveSnapshot>(fileWrapperOfType());
     ++m_pendingSaves;
-    QString error;
-    saveToPath(packagePath, &error);
-    QTimer::singleShot(0, this, [this, error, completionHandler] {
-        --m_pendingSaves;
-        if (completionHandler)
-            completionHandler(error);
+    m_saveQueue.start([this, snapshot, changeCountAtSnapshot, completionHandler]() mutable {
+        QString error;
+        DatabaseWriter::write(*snapshot, &error);
+        // The snapshot goes back with the answer: objects it alone still holds
+        // are released on the main thread, where every archive object lives.
+        QMetaObject::invokeMethod(
+            this,
+            [this, snapshot = std::move(snapshot), error, changeCountAtSnapshot, completionHandler] {
+                --m_pendingSaves;
+                finishSave(error, changeCountAtSnapshot);
+                if (completionHandler)
+                    completionHandler(error);
+            },
+            Qt::QueuedConnection);
     });
 }
 
 void Document::waitForSaves()
 {
+    m_saveQueue.waitForDone();
+    // Hand over the answers of the saves just finished, in order.
+    if (m_pendingSaves > 0)
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+void Document::finishSave(const QString& error, int changeCountAtSnapshot)
+{
+    if (m_preferences && !m_preferences->isFirstSaveDone())
+        m_preferences->setField(QuillarcPreferences::IsFirstSaveDone, Value::boolean(true));
+    if (!error.isEmpty()) {
+        qCWarning(lcQuillarc).noquote() << QStringLiteral("ERROR SAVING: %1").arg(error);
+        return;
+    }
+    // Changes made while the save was written are not in it: they keep the archive edited.
+    const bool wasEdited = isDocumentEdited();
+    m_changeCount = qMax(0, m_changeCount - changeCountAtSnapshot);
+    if (wasEdited && !isDocumentEdited())
+        Q_EMIT editedChanged(false);
 }
 
 void Document::clearOpenMark()

@@ -5,9 +5,11 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QThreadPool>
 
 #include <functional>
 
+class ArchiveSnapshot;
 class QuillarcContainer;
 class QuillarcDocument;
 class QuillarcGroup;
@@ -95,8 +97,9 @@ public:
     /// Saves to the package path and waits (the first save needs saveToPath()).
     bool save(QString* error = nullptr);
     bool saveToPath(const QString& packagePath, QString* error = nullptr);
-    /// The database dictionary as saving writes it (steps before the file write).
-    Value fileWrapperOfType();
+    /// Everything the next save writes, taken now: marks the first save
+    /// done, makes sure the files folder exists and stores the selection.
+    ArchiveSnapshot fileWrapperOfType();
 
     /// Clears the open mark, allows validation and saves: closing a window.
     bool close(QString* error = nullptr);
@@ -108,6 +111,7 @@ public:
     bool checkForFilesWrappers();
     bool checkForFilesWrapper();
     void setParents();
+    /// Removes the folders of deleted documents that no record refers to any more.
     void deleteFiles();
     void saveSelectionIndexes();
     /// Supplies the selected rows (groups, documents; -1 for none) when saving.
@@ -168,7 +172,10 @@ Q_SIGNALS:
     void integrityStringChanged(const QString& text);
 
 private:
-    bool writeDatabase(const QByteArray& bytes, QString* error);
+    /// Checks the package location before a save; "" when it can be written.
+    QString preparePackage(const QString& packagePath);
+    /// The end of a save on the main thread: the edited state and the log line.
+    void finishSave(const QString& error, int changeCountAtSnapshot);
 
     QString m_packagePath;
     ContainerPtr m_container;
@@ -186,6 +193,7 @@ private:
     QString m_integrityString;
     int m_changeCount = 0;
     int m_pendingSaves = 0;
+    QThreadPool m_saveQueue; ///< one thread: saves are written one after another
     OpenElsewhereQuestion* m_question = nullptr;
     std::function<std::pair<qint64, qint64>()> m_selectionProvider;
 };

@@ -10,16 +10,6 @@ constexpr quint64 noList = ~quint64(0);
 /// Dictionaries this small are rebuilt at each reference; larger ones once per pair of lists.
 constexpr quint64 smallDictionary = 8;
 
-bool kindFits(Value::Kind expected, Value::Kind actual)
-{
-    if (actual == Value::Kind::Nil || expected == actual)
-        return true;
-    const auto isNumber
-        = [](Value::Kind k) { return k == Value::Kind::Bool || k == Value::Kind::Integer || k == Value::Kind::Real; };
-    // Numbers are read leniently: a flag stored as an integer, an integer stored as a real...
-    return isNumber(expected) && isNumber(actual);
-}
-
 bool isPlain(Type type)
 {
     return type == Type::Bool || type == Type::Integer || type == Type::Real || type == Type::Date || type == Type::Data
@@ -450,7 +440,7 @@ bool KeyedUnarchiver::decodeModelObject(const Object& record, const ArchiveClass
             value = plainValue(reference, valueIndex); // scalars encoded inline rather than as objects
         }
         const FieldInfo& field = fields[size_t(index)];
-        if (!kindFits(field.kind, value.kind())) {
+        if (!ClassInfo::kindFits(field.kind, value.kind())) {
             qCWarning(lcQuillarc).noquote()
                 << QStringLiteral("%1.%2: expected %3, found %4; read as nil")
                        .arg(entry.name, QString(field.key), Value::kindName(field.kind), Value::kindName(value.kind()));

@@ -14,6 +14,12 @@ ArchiveFixture::ArchiveFixture(const QString& packagePath)
     m_archive->saveToPath(packagePath);
 }
 
+ArchiveFixture::ArchiveFixture(std::unique_ptr<Document> archive)
+    : m_archive(std::move(archive))
+{
+    m_archive->setUpAfterReading();
+}
+
 GroupPtr ArchiveFixture::addGroup(const QString& title)
 {
     auto group = QuillarcGroup::create();

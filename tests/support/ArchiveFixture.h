@@ -11,7 +11,10 @@
 class ArchiveFixture
 {
 public:
+    /// A new archive saved at @p packagePath.
     explicit ArchiveFixture(const QString& packagePath);
+    /// An archive opened elsewhere, set up as its window would set it up.
+    explicit ArchiveFixture(std::unique_ptr<Document> archive);
 
     Document& archive() { return *m_archive; }
     GroupPtr addGroup(const QString& title);

@@ -37,10 +37,12 @@ QString TemporaryHome::freshPath(const QString& stem)
     return QStringLiteral("%1/%2-%3").arg(m_dir.path(), stem).arg(++m_counter);
 }
 
-CliRun runCli(const QStringList& arguments, const QByteArray& input)
+CliRun runCli(const QStringList& arguments, const QByteArray& input, const QString& standardOutputFile)
 {
     CliRun run;
     QProcess process;
+    if (!standardOutputFile.isEmpty())
+        process.setStandardOutputFile(standardOutputFile, QIODevice::Append);
     process.start(qEnvironmentVariable("QUILLARC_CLI"), arguments);
     if (!process.waitForStarted(10000))
         return run;

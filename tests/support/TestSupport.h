@@ -33,8 +33,9 @@ struct CliRun
 };
 
 /// Runs the quillarc-cli built beside the tests (CTest passes its path in
-/// QUILLARC_CLI) with the given arguments and waits for it.
-CliRun runCli(const QStringList& arguments, const QByteArray& input = {});
+/// QUILLARC_CLI) with the given arguments and waits for it. With
+/// @p standardOutputFile its output goes to that file (such as /dev/full).
+CliRun runCli(const QStringList& arguments, const QByteArray& input = {}, const QString& standardOutputFile = {});
 
 /// True when files in the folder can carry user extended attributes (not
 /// every file system a test may run on can; tests that need them skip).

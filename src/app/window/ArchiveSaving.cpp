@@ -106,7 +106,9 @@ void ArchiveSaving::saveTo(const QString& packagePath, Done done, bool alertOnFa
                 return;
             if (error.isEmpty()) {
                 m_lastError.clear();
-                window->updateChangeCount(ArchiveWindow::ChangeType::Autosaved);
+                // Changes made while the save was written are not in it: they keep the edited mark.
+                window->updateChangeCount(window->document()->isDocumentEdited() ? ArchiveWindow::ChangeType::Done
+                                                                                 : ArchiveWindow::ChangeType::Autosaved);
                 Q_EMIT saved(window->document()->packagePath());
                 if (done)
                     done(true);
