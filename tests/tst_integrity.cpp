@@ -9,14 +9,13 @@
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
 #include "store/PackageMember.h"
+#include "store/SerialQueue.h"
 #include "store/ValidationRun.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
-#include <QThreadPool>
 
 #include <condition_variable>
 #include <mutex>
@@ -35,7 +34,7 @@ bool validate(Document& archive, IntegrityValidator& validator)
 /// Waits until every queued run has ended and whatever it posted was handled.
 bool drainQueue()
 {
-    const bool drained = KVDispatch::sharedQueue()->waitForDone(60000);
+    const bool drained = KVDispatch::sharedQueue()->waitUntilIdle(60000);
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
     return drained;
@@ -342,7 +341,7 @@ private Q_SLOTS:
                 condition.wait(lock, [&] { return reached; });
             } else if (round % 4 == 3) {
                 // The run has ended and its end is posted, not yet handled.
-                QVERIFY(KVDispatch::sharedQueue()->waitForDone(60000));
+                QVERIFY(KVDispatch::sharedQueue()->waitUntilIdle(60000));
             }
             if (round % 2) {
                 validator.reset();
@@ -362,7 +361,7 @@ private Q_SLOTS:
             condition.notify_all();
             // The probe refers to this round's locals: its run must be over.
             if (partWay)
-                QVERIFY(KVDispatch::sharedQueue()->waitForDone(60000));
+                QVERIFY(KVDispatch::sharedQueue()->waitUntilIdle(60000));
         }
         QVERIFY(drainQueue());
         QTest::qWait(IntegrityValidator::progressInterval * 2);

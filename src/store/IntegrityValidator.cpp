@@ -7,18 +7,17 @@
 #include "store/Fingerprint.h"
 #include "store/KVDispatch.h"
 #include "store/PackageMember.h"
+#include "store/SerialQueue.h"
 #include "store/ValidationRun.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QFutureWatcher>
-#include <QPromise>
 #include <QSaveFile>
+#include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QThread>
-#include <QThreadPool>
 #include <QTimer>
 #include <fcntl.h>
 #include <unistd.h>
@@ -30,6 +29,8 @@ IntegrityValidator::IntegrityValidator(Document* archive, QObject* parent)
 {
     m_progressTimer->setInterval(progressInterval);
     connect(m_progressTimer, &QTimer::timeout, this, [this] {
+        // Also the way to see the end of a run that got no descriptor.
+        applyEndedRuns();
         if (!m_runs.isEmpty())
             reportProgress(m_runs.first());
     });
@@ -96,21 +97,18 @@ void IntegrityValidator::validateIntegrety(const QByteArray& databaseBytes)
         m_archive->packagePath(), salt, databaseBytes, m_archive->companyString(), members, labels, threads);
     run->setMemberProbe(m_memberProbe);
 
-    // The promise is the run's only way back: the watcher that listens to it
-    // belongs to this object and goes with it, so a late end reaches nobody.
-    auto promise = std::make_shared<QPromise<void>>();
-    auto* watcher = new QFutureWatcher<void>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] { runEnded(watcher); });
-    watcher->setFuture(promise->future());
-    m_runs.append({ run, watcher });
+    PendingRun pending { run };
+    if (run->endDescriptor() >= 0) {
+        // The notifier belongs to this object and goes with it, so a run
+        // that ends later reaches nobody.
+        pending.endNotifier = new QSocketNotifier(run->endDescriptor(), QSocketNotifier::Read, this);
+        connect(pending.endNotifier, &QSocketNotifier::activated, this, &IntegrityValidator::applyEndedRuns);
+    }
+    m_runs.append(pending);
     if (!m_progressTimer->isActive())
         m_progressTimer->start();
 
-    KVDispatch::sharedQueue()->start([run, promise] {
-        promise->start();
-        run->run();
-        promise->finish();
-    });
+    KVDispatch::sharedQueue()->dispatch([run] { run->run(); });
 }
 
 void IntegrityValidator::reportProgress(PendingRun& pending)
@@ -122,29 +120,35 @@ void IntegrityValidator::reportProgress(PendingRun& pending)
     Q_EMIT progressChanged(checked, pending.run->memberCount());
 }
 
-void IntegrityValidator::runEnded(QFutureWatcher<void>* watcher)
+void IntegrityValidator::applyEndedRuns()
 {
-    const auto ended = std::find_if(
-        m_runs.begin(), m_runs.end(), [watcher](const PendingRun& pending) { return pending.watcher == watcher; });
-    if (ended == m_runs.end())
-        return;
-    PendingRun pending = *ended;
-    m_runs.erase(ended);
-    pending.watcher->deleteLater();
-    if (m_runs.isEmpty())
-        m_progressTimer->stop();
-    if (pending.run->isCancelled())
-        return;
-    reportProgress(pending);
-    finish(pending.run->isIntact(), pending.run->logText());
+    // Runs end in the order they were queued; an end seen out of turn waits
+    // for the runs before it.
+    while (!m_runs.isEmpty() && m_runs.first().run->hasEnded()) {
+        PendingRun pending = m_runs.takeFirst();
+        dropRun(pending);
+        if (m_runs.isEmpty())
+            m_progressTimer->stop();
+        reportProgress(pending);
+        finish(pending.run->isIntact(), pending.run->logText());
+    }
+}
+
+void IntegrityValidator::dropRun(PendingRun& pending)
+{
+    if (pending.endNotifier) {
+        // This may be the notifier whose signal is being handled.
+        pending.endNotifier->setEnabled(false);
+        pending.endNotifier->deleteLater();
+        pending.endNotifier = nullptr;
+    }
 }
 
 void IntegrityValidator::cancelRuns()
 {
-    for (const PendingRun& pending : std::as_const(m_runs)) {
+    for (PendingRun& pending : m_runs) {
         pending.run->cancel();
-        // Deleting the watcher also drops an end already on its way here.
-        delete pending.watcher;
+        dropRun(pending);
     }
     m_runs.clear();
     m_progressTimer->stop();

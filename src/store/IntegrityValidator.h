@@ -9,9 +9,9 @@
 #include <memory>
 
 class Document;
+class QSocketNotifier;
 class QTimer;
 class ValidationRun;
-template<typename T> class QFutureWatcher;
 
 /// Proves that nothing in an archive was changed, replaced or removed since
 /// it was written: the database bytes read at opening against their stored
@@ -26,8 +26,8 @@ template<typename T> class QFutureWatcher;
 /// which a later success leaves in place.
 ///
 /// The background work never touches this object or the archive: what it
-/// needs is copied when a run is asked for, and its end is reported through
-/// a watcher that this object owns. Destroying the validator, or the archive
+/// needs is copied when a run is asked for, and its end is seen here through
+/// a descriptor the run makes readable. Destroying the validator, or the archive
 /// it validates, in the middle of a run stops the run at the next member;
 /// nothing of it is applied or written afterwards.
 class IntegrityValidator : public QObject
@@ -86,13 +86,15 @@ private:
     struct PendingRun
     {
         std::shared_ptr<ValidationRun> run;
-        QFutureWatcher<void>* watcher = nullptr;
+        QSocketNotifier* endNotifier = nullptr; ///< watches the run's end descriptor
         qint64 reported = -1; ///< the last checked count reported
     };
 
     void setIntegrityString(const QString& text);
-    void runEnded(QFutureWatcher<void>* watcher);
+    /// Applies the runs that have ended, oldest first, up to the first still running.
+    void applyEndedRuns();
     void reportProgress(PendingRun& pending);
+    static void dropRun(PendingRun& pending);
     /// Stops every queued or running run; none of them reports anything.
     void cancelRuns();
     void finish(bool intact, const QString& logText);

@@ -67,7 +67,9 @@ struct MemberMappingFaults
             action.sa_sigaction = &MemberMappingFaults::handle;
             action.sa_flags = SA_SIGINFO;
             sigemptyset(&action.sa_mask);
-            sigaction(SIGBUS, &action, &g_previousAction);
+            // The previous disposition is known before the handler can run.
+            sigaction(SIGBUS, nullptr, &g_previousAction);
+            sigaction(SIGBUS, &action, nullptr);
         });
     }
 };

@@ -1,11 +1,14 @@
 #include "store/ValidationRun.h"
 
+#include "model/Logging.h"
 #include "store/Fingerprint.h"
 #include "store/PackageMember.h"
 
-#include <QThread>
-#include <QThreadPool>
-#include <condition_variable>
+#include <exception>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
 
 ValidationRun::ValidationRun(const QString& packagePath, const QString& salt, const QByteArray& databaseBytes,
     const QString& storedDatabaseFingerprint, const QList<Member>& members, const Labels& labels, int threadCount)
@@ -20,6 +23,19 @@ ValidationRun::ValidationRun(const QString& packagePath, const QString& salt, co
     m_labels = labels;
     m_threadCount = qMax(1, threadCount);
     m_states.assign(size_t(members.size()), IntegrityValidator::MemberState::Intact);
+    m_endDescriptor = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+}
+
+ValidationRun::~ValidationRun()
+{
+    if (m_endDescriptor >= 0)
+        ::close(m_endDescriptor);
+}
+
+bool ValidationRun::hasEnded() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_ended;
 }
 
 void ValidationRun::setMemberProbe(std::function<void(qint64)> probe)
@@ -28,65 +44,60 @@ void ValidationRun::setMemberProbe(std::function<void(qint64)> probe)
     m_memberProbe = std::move(probe);
 }
 
-QThreadPool* ValidationRun::memberPool()
-{
-    static QThreadPool* pool = [] {
-        auto* created = new QThreadPool;
-        created->setMaxThreadCount(qMax(1, QThread::idealThreadCount()));
-        return created;
-    }();
-    return pool;
-}
-
 void ValidationRun::run()
 {
     {
         // Pairs with the constructor: the inputs are seen complete.
         const std::lock_guard<std::mutex> lock(m_mutex);
     }
-    if (isCancelled())
-        return;
+    bool intact = false;
+    QString log;
     // A changed database makes the stored member fingerprints untrustworthy:
     // it is checked first and reported alone.
-    const bool databaseIntact = Fingerprint::saltedFingerprint(m_databaseBytes, m_salt) == m_storedDatabaseFingerprint;
+    const bool databaseIntact
+        = !isCancelled() && Fingerprint::saltedFingerprint(m_databaseBytes, m_salt) == m_storedDatabaseFingerprint;
     if (databaseIntact)
         checkMembers();
-    if (isCancelled())
-        return;
-    bool anyFailed = !databaseIntact;
-    for (const IntegrityValidator::MemberState state : m_states)
-        anyFailed = anyFailed || state != IntegrityValidator::MemberState::Intact;
-    const QString log = databaseIntact ? composeMemberLog() : m_labels.databaseFail;
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_intact = !anyFailed;
-    m_log = anyFailed ? log : QString();
+    // A cancelled run has no verdict: members not checked are not intact.
+    if (!isCancelled()) {
+        bool anyFailed = !databaseIntact;
+        for (const IntegrityValidator::MemberState state : m_states)
+            anyFailed = anyFailed || state != IntegrityValidator::MemberState::Intact;
+        intact = !anyFailed;
+        if (anyFailed)
+            log = databaseIntact ? composeMemberLog() : m_labels.databaseFail;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_intact = intact;
+        m_log = log;
+        m_ended = true;
+    }
+    if (m_endDescriptor >= 0) {
+        const quint64 one = 1;
+        // Cannot fail short of a closed descriptor, and the run holds it open.
+        [[maybe_unused]] const ssize_t written = ::write(m_endDescriptor, &one, sizeof one);
+    }
 }
 
 void ValidationRun::checkMembers()
 {
     if (m_memberCount == 0)
         return;
+    // Helpers of the run's own, joined before it goes on: every hand-over is
+    // a thread start or join, which race checkers see.
     const int workers = int(qMin<qint64>(m_threadCount, m_memberCount));
-    const int helpers = qMin(workers - 1, memberPool()->maxThreadCount());
-    std::mutex doneMutex;
-    std::condition_variable doneCondition;
-    int running = helpers;
-    for (int i = 0; i < helpers; ++i) {
-        memberPool()->start([&] {
-            {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-            }
-            checkNextMembers();
-            const std::lock_guard<std::mutex> lock(doneMutex);
-            --running;
-            doneCondition.notify_one();
-        });
+    std::vector<std::thread> helpers;
+    for (int i = 1; i < workers; ++i) {
+        try {
+            helpers.emplace_back([this] { checkNextMembers(); });
+        } catch (const std::system_error&) {
+            break; // no more threads to be had: the others take the members
+        }
     }
-    // This thread takes a share too, then waits for the helpers, which
-    // write the states it reads below.
     checkNextMembers();
-    std::unique_lock<std::mutex> lock(doneMutex);
-    doneCondition.wait(lock, [&] { return running == 0; });
+    for (std::thread& helper : helpers)
+        helper.join();
 }
 
 void ValidationRun::checkNextMembers()
@@ -102,8 +113,15 @@ void ValidationRun::checkNextMembers()
         }
         const Member& member = m_members.at(index);
         bool stopped = false;
-        const IntegrityValidator::MemberState state = checkMember(
-            PackageMember::resolve(m_packagePath, member.path), member.fingerprint, m_salt, &m_cancelled, &stopped);
+        IntegrityValidator::MemberState state = IntegrityValidator::MemberState::Undecodable;
+        try {
+            state = checkMember(
+                PackageMember::resolve(m_packagePath, member.path), member.fingerprint, m_salt, &m_cancelled, &stopped);
+        } catch (const std::exception& exception) {
+            // A member that cannot even be checked (out of memory) is reported, not skipped.
+            qCWarning(lcQuillarc).noquote()
+                << QStringLiteral("SKIP FILE: %1 (%2)").arg(member.path, QString::fromLocal8Bit(exception.what()));
+        }
         if (stopped)
             return;
         m_states[size_t(index)] = state;

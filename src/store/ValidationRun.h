@@ -10,20 +10,21 @@
 #include <mutex>
 #include <vector>
 
-class QThreadPool;
-
 /// The background side of one integrity validation: everything the checks
 /// need, copied on the main thread when the run is asked for, and the
 /// findings. It never refers to the archive or to the validator, so either
 /// may go away while it runs; the validator then cancels it and drops it.
 ///
 /// run() checks the database bytes first and alone. When they are intact it
-/// checks the members on up to threadCount threads at once (one member each
-/// in flight, so only that many members are mapped at a time) and writes the
-/// log in the members' order, whatever order their checks end in.
+/// checks the members on threadCount threads (the queue's thread and helpers
+/// of the run's own), each taking the next unchecked member, so only that
+/// many members are mapped at a time; it writes the log in the members'
+/// order, whatever order their checks end in.
 ///
-/// Inputs and findings are handed between threads under a standard mutex, so
-/// a race checker sees the hand-over whatever the thread pools do inside.
+/// Inputs and findings are handed between threads under a standard mutex,
+/// and the end of the run is told through an event descriptor that the main
+/// thread watches: no Qt object is touched off the main thread, so the
+/// hand-overs are plain to a race checker, and either side may go first.
 class ValidationRun
 {
 public:
@@ -43,6 +44,9 @@ public:
 
     ValidationRun(const QString& packagePath, const QString& salt, const QByteArray& databaseBytes,
         const QString& storedDatabaseFingerprint, const QList<Member>& members, const Labels& labels, int threadCount);
+    ~ValidationRun();
+    ValidationRun(const ValidationRun&) = delete;
+    ValidationRun& operator=(const ValidationRun&) = delete;
 
     /// Called on the checking thread with a member's position before it is
     /// checked; lets a test hold a run part-way. Set before run().
@@ -61,6 +65,12 @@ public:
     qint64 checkedCount() const { return m_checked.load(std::memory_order_relaxed); }
     qint64 memberCount() const { return m_memberCount; }
 
+    /// Becomes readable when run() has returned (-1 when the system had no
+    /// descriptor to give; hasEnded() then has to be asked).
+    int endDescriptor() const { return m_endDescriptor; }
+    /// True once run() has returned. Any thread.
+    bool hasEnded() const;
+
     /// After run() has returned: the verdict and the log text ("" when intact).
     bool isIntact() const;
     QString logText() const;
@@ -70,10 +80,6 @@ public:
     /// verdict means nothing.
     static IntegrityValidator::MemberState checkMember(const QString& memberPath, const QString& storedFingerprint,
         const QString& salt, const std::atomic<bool>* stop = nullptr, bool* stopped = nullptr);
-
-    /// The pool the members are checked on besides the queue's own thread:
-    /// one thread per core.
-    static QThreadPool* memberPool();
 
 private:
     void checkMembers();
@@ -102,4 +108,6 @@ private:
     std::vector<IntegrityValidator::MemberState> m_states;
     bool m_intact = false;
     QString m_log;
+    bool m_ended = false;
+    int m_endDescriptor = -1;
 };
