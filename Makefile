@@ -3,11 +3,14 @@
 BUILD_DIR ?= build
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 30
+TSAN_DIR ?= build-tsan
+# The tests whose code runs on several threads, run again under ThreadSanitizer.
+TSAN_TESTS ?= tst_integrity tst_membermapping tst_search
 JOBS ?= $(shell nproc)
 # A compiler cache speeds up rebuilds where one is installed; the build never needs it.
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: deps configure build run test bench fuzz clean
+.PHONY: deps configure build run test bench fuzz tsan clean
 
 deps:
 	bash scripts/install-deps.sh
@@ -33,5 +36,15 @@ fuzz: deps
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzz_all
 	bash scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
 
+# A separate build with ThreadSanitizer: tests only, no benchmarks or fuzzers.
+# Any report fails the run; tests/tsan.supp says what is left out and why.
+tsan: deps
+	@test -f $(TSAN_DIR)/build.ninja || cmake -S . -B $(TSAN_DIR) -G Ninja $(LAUNCHER) \
+	  -DQUILLARC_TSAN=ON -DQUILLARC_BENCH=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TESTS)
+	cd $(TSAN_DIR) && QT_QPA_PLATFORM=offscreen \
+	  TSAN_OPTIONS="halt_on_error=1 exitcode=66 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/tsan.supp" \
+	  ctest --output-on-failure -R "^($$(echo $(TSAN_TESTS) | tr ' ' '|'))$$"
+
 clean:
-	rm -rf $(BUILD_DIR) $(FUZZ_DIR)
+	rm -rf $(BUILD_DIR) $(FUZZ_DIR) $(TSAN_DIR)
