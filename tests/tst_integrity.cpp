@@ -88,6 +88,8 @@ private Q_SLOTS:
         QTest::newRow("truncated member")     << "truncate" << "CORRUPTED  %M\n\n";
         QTest::newRow("member is a folder")   << "folder"   << "CORRUPTED  %M\n\n";
         QTest::newRow("archive without data") << "nodata"   << "CORRUPTED: %M\n\n";
+        QTest::newRow("member links outside") << "link"     << "MISSING  %M\n\n";
+        QTest::newRow("folder links outside") << "dirlink"  << "MISSING  %M\n\n";
         QTest::newRow("edited database")      << "database" << "DATABASE";
     }
     void damagedArchivesAreReportedExactly()
@@ -110,7 +112,12 @@ private Q_SLOTS:
             QVERIFY(writeFile(member, bytes.left(bytes.size() / 2)));
         else if (damage == QLatin1String("folder"))
             QVERIFY(QFile::remove(member) && QDir().mkpath(member));
-        else if (damage == QLatin1String("nodata"))
+        else if (damage == QLatin1String("link") || damage == QLatin1String("dirlink")) {
+            // The same bytes, moved out of the package and linked back in.
+            const QString moved = damage == QLatin1String("link") ? member : QFileInfo(member).path();
+            const QString outside = m_home.freshPath(QStringLiteral("outside"));
+            QVERIFY(QDir().rename(moved, outside) && QFile::link(outside, moved));
+        } else if (damage == QLatin1String("nodata"))
             QVERIFY(writeFile(member, KeyedArchiver::archivedDataWithRootObject(
                 Value::dictionary({ { QStringLiteral("quickLook"), Value::data("png") } }, false))));
         if (damage == QLatin1String("database")) {

@@ -45,7 +45,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<int>("status");
         // clang-format off
-        QTest::newRow("regular file") << "file"    << int(MemberMapping::Status::Mapped);
+        QTest::newRow("regular file") << "file"    << int(MemberMapping::Status::Loaded);
         QTest::newRow("empty file")   << "empty"   << int(MemberMapping::Status::Unreadable);
         QTest::newRow("folder")       << "folder"  << int(MemberMapping::Status::Unreadable);
         QTest::newRow("pipe")         << "pipe"    << int(MemberMapping::Status::Unreadable);
@@ -71,7 +71,7 @@ private Q_SLOTS:
         const MemberMapping mapping(path);
         QCOMPARE(int(mapping.status()), status);
         QCOMPARE(
-            mapping.bytes(), status == int(MemberMapping::Status::Mapped) ? QByteArray("member bytes") : QByteArray());
+            mapping.bytes(), status == int(MemberMapping::Status::Loaded) ? QByteArray("member bytes") : QByteArray());
     }
 
     /// A truncation while the bytes are mapped would otherwise end the
@@ -82,7 +82,7 @@ private Q_SLOTS:
         const QByteArray original = pattern(1024 * 1024);
         QVERIFY(writeFile(path, original));
         MemberMapping mapping(path);
-        QCOMPARE(mapping.status(), MemberMapping::Status::Mapped);
+        QCOMPARE(mapping.status(), MemberMapping::Status::Loaded);
         const QByteArray bytes = mapping.bytes();
         QCOMPARE(bytes.left(100), original.left(100));
         QVERIFY(!mapping.wasCutShort());

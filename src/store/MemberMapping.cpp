@@ -16,6 +16,9 @@ thread_local MemberMapping* t_newest = nullptr;
 struct sigaction g_previousAction;
 std::once_flag g_installed;
 
+/// Members up to this size are read into memory rather than mapped.
+constexpr qint64 readLimit = 128 * 1024;
+
 qint64 pageSize()
 {
     static const qint64 size = sysconf(_SC_PAGESIZE);
@@ -92,28 +95,48 @@ MemberMapping::MemberMapping(const QString& path)
         return;
     }
     m_size = info.st_size;
-    MemberMappingFaults::install();
-    void* mapped = ::mmap(nullptr, size_t(m_size), PROT_READ, MAP_SHARED, fd, 0);
-    if (mapped != MAP_FAILED) {
-        m_address = static_cast<char*>(mapped);
-        m_mappedLength = (m_size + pageSize() - 1) & ~(pageSize() - 1);
-        m_below = t_newest;
-        // The handler must see the finished fields before it sees this mapping.
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-        t_newest = this;
-        m_status = Status::Mapped;
-    } else {
-        // A file system that cannot map: read the bytes instead.
-        QFile file;
-        if (file.open(fd, QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
-            m_copy = file.readAll();
-        if (!m_copy.isEmpty()) {
-            m_size = m_copy.size();
-            m_address = m_copy.data();
-            m_status = Status::Mapped;
+    // Small members are read: cheaper than setting up and tearing down a
+    // mapping, and a copy cannot change while it is decoded.
+    if (m_size > readLimit) {
+        MemberMappingFaults::install();
+        void* mapped = ::mmap(nullptr, size_t(m_size), PROT_READ, MAP_SHARED, fd, 0);
+        if (mapped != MAP_FAILED) {
+            m_address = static_cast<char*>(mapped);
+            m_mappedLength = (m_size + pageSize() - 1) & ~(pageSize() - 1);
+            m_below = t_newest;
+            // The handler must see the finished fields before it sees this mapping.
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+            t_newest = this;
+            m_status = Status::Loaded;
         }
     }
+    // Also for a file system that cannot map.
+    if (m_status != Status::Loaded && readFrom(fd))
+        m_status = Status::Loaded;
     ::close(fd);
+}
+
+bool MemberMapping::readFrom(int fd)
+{
+    m_copy.resize(qsizetype(m_size));
+    qint64 done = 0;
+    while (done < m_size) {
+        const ssize_t got = ::read(fd, m_copy.data() + done, size_t(m_size - done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return false;
+        if (got == 0) {
+            // Shorter than it was a moment ago: what was read is what there is.
+            m_cutShort = 1;
+            break;
+        }
+        done += got;
+    }
+    m_copy.truncate(qsizetype(done));
+    m_size = done;
+    m_address = m_copy.data();
+    return done > 0;
 }
 
 MemberMapping::~MemberMapping()
@@ -132,7 +155,7 @@ MemberMapping::~MemberMapping()
 
 QByteArray MemberMapping::bytes() const
 {
-    return m_status == Status::Mapped ? QByteArray::fromRawData(m_address, qsizetype(m_size)) : QByteArray();
+    return m_status == Status::Loaded ? QByteArray::fromRawData(m_address, qsizetype(m_size)) : QByteArray();
 }
 
 void MemberMapping::release(qint64 offset, qint64 length)

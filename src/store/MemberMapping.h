@@ -14,15 +14,17 @@
 /// each page was read, then zeros, and never crashes. Faults anywhere else
 /// are left to the previous SIGBUS disposition.
 ///
-/// Files that cannot be mapped (special files, some file systems) are read
-/// into memory instead. Neither kind of mapping is ever handed to another
-/// thread: the fault handler only knows the mappings of the faulting thread.
+/// Small files, and files on file systems that cannot map, are read into
+/// memory instead. A mapping is never handed to another thread: the fault
+/// handler only knows the mappings of the faulting thread.
 class MemberMapping
 {
 public:
+    /// Loaded: the bytes are there (mapped, or read). Unreadable: not a
+    /// regular file, empty, or it could not be opened or read.
     enum class Status
     {
-        Mapped,
+        Loaded,
         Missing,
         Unreadable
     };
@@ -33,7 +35,7 @@ public:
     MemberMapping& operator=(const MemberMapping&) = delete;
 
     Status status() const { return m_status; }
-    /// The member's bytes; valid while this object lives (empty unless Mapped).
+    /// The member's bytes; valid while this object lives (empty unless Loaded).
     QByteArray bytes() const;
     qint64 size() const { return m_size; }
     /// True once a read ran past the end of a file that shrank meanwhile.
@@ -48,6 +50,7 @@ public:
 
 private:
     friend struct MemberMappingFaults;
+    bool readFrom(int fd);
 
     Status m_status = Status::Missing;
     char* m_address = nullptr; ///< start of the mapping, or of m_copy's data

@@ -8,15 +8,36 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <sys/stat.h>
 
 namespace {
 /// Large members are hashed in pieces of this size; after each piece the
 /// pages read are given back and a request to stop is honoured.
 constexpr qint64 hashPiece = 8 * 1024 * 1024;
+
+/// True when every step of @p parts below @p packagePath exists and none is a symbolic link.
+bool hasNoLinkBelow(const QString& packagePath, const QStringList& parts)
+{
+    QString path = packagePath;
+    for (const QString& part : parts) {
+        path += QLatin1Char('/') + part;
+        struct stat info = {};
+        if (::lstat(QFile::encodeName(path).constData(), &info) != 0 || S_ISLNK(info.st_mode))
+            return false;
+    }
+    return true;
+}
 } // namespace
 
 QString PackageMember::resolve(const QString& packagePath, const QString& relativePath)
+{
+    return resolve(packagePath, relativePath, QString());
+}
+
+QString PackageMember::resolve(
+    const QString& packagePath, const QString& relativePath, const QString& canonicalPackagePath)
 {
     if (packagePath.isEmpty() || QDir::isAbsolutePath(relativePath))
         return QString();
@@ -24,10 +45,15 @@ QString PackageMember::resolve(const QString& packagePath, const QString& relati
     if (parts.contains(QLatin1String("..")))
         return QString();
     const QString joined = relativePath.isEmpty() ? packagePath : QDir(packagePath).filePath(relativePath);
+    // Without "..", a path with no link below the package stays inside it:
+    // a few lstat calls instead of resolving every folder of the full path.
+    if (!canonicalPackagePath.isEmpty() && !parts.isEmpty() && hasNoLinkBelow(packagePath, parts))
+        return joined;
     // A link inside the package must not lead out of it.
     const QString canonical = QFileInfo(joined).canonicalFilePath();
     if (!canonical.isEmpty()) {
-        const QString root = QFileInfo(packagePath).canonicalFilePath();
+        const QString root
+            = canonicalPackagePath.isEmpty() ? QFileInfo(packagePath).canonicalFilePath() : canonicalPackagePath;
         if (canonical != root && !canonical.startsWith(root + QLatin1Char('/')))
             return QString();
     }
@@ -41,7 +67,7 @@ PackageMember::Contents PackageMember::read(const QString& memberPath)
     if (mapping.status() == MemberMapping::Status::Missing)
         return contents;
     contents.status = Status::Undecodable;
-    if (mapping.status() != MemberMapping::Status::Mapped)
+    if (mapping.status() != MemberMapping::Status::Loaded)
         return contents;
     const Value root = KeyedUnarchiver::unarchiveObjectWithData(mapping.bytes());
     // A member cut short while it was read is not what was archived.
@@ -63,7 +89,7 @@ PackageMember::Status PackageMember::fingerprint(
     MemberMapping mapping(memberPath);
     if (mapping.status() == MemberMapping::Status::Missing)
         return Status::Missing;
-    if (mapping.status() != MemberMapping::Status::Mapped)
+    if (mapping.status() != MemberMapping::Status::Loaded)
         return Status::Undecodable;
     const QByteArray bytes = mapping.bytes();
     KeyedUnarchiver unarchiver;

@@ -32,6 +32,10 @@ public:
     /// lead outside the package (absolute paths, "..", links pointing out).
     /// An empty relative path names the package itself.
     static QString resolve(const QString& packagePath, const QString& relativePath);
+    /// The same, with the package's canonical path worked out beforehand, for
+    /// many members of one package.
+    static QString resolve(
+        const QString& packagePath, const QString& relativePath, const QString& canonicalPackagePath);
 
     /// Reads and decodes a member; the status tells missing from undecodable.
     /// A member that shrinks while it is read is undecodable.

@@ -4,6 +4,7 @@
 #include "store/Fingerprint.h"
 #include "store/PackageMember.h"
 
+#include <QFileInfo>
 #include <exception>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -56,8 +57,10 @@ void ValidationRun::run()
     // it is checked first and reported alone.
     const bool databaseIntact
         = !isCancelled() && Fingerprint::saltedFingerprint(m_databaseBytes, m_salt) == m_storedDatabaseFingerprint;
-    if (databaseIntact)
+    if (databaseIntact) {
+        m_canonicalPackagePath = QFileInfo(m_packagePath).canonicalFilePath();
         checkMembers();
+    }
     // A cancelled run has no verdict: members not checked are not intact.
     if (!isCancelled()) {
         bool anyFailed = !databaseIntact;
@@ -115,8 +118,8 @@ void ValidationRun::checkNextMembers()
         bool stopped = false;
         IntegrityValidator::MemberState state = IntegrityValidator::MemberState::Undecodable;
         try {
-            state = checkMember(
-                PackageMember::resolve(m_packagePath, member.path), member.fingerprint, m_salt, &m_cancelled, &stopped);
+            state = checkMember(PackageMember::resolve(m_packagePath, member.path, m_canonicalPackagePath),
+                member.fingerprint, m_salt, &m_cancelled, &stopped);
         } catch (const std::exception& exception) {
             // A member that cannot even be checked (out of memory) is reported, not skipped.
             qCWarning(lcQuillarc).noquote()

@@ -102,6 +102,7 @@ private:
     QList<Member> m_members;
     Labels m_labels;
     int m_threadCount = 1;
+    QString m_canonicalPackagePath; ///< worked out once, before the members are checked
     std::function<void(qint64)> m_memberProbe;
 
     // Findings: each member's state is written by the thread that checked it.
