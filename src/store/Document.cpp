@@ -18,6 +18,7 @@
 #include <QSaveFile>
 #include <QSet>
 #include <QSysInfo>
+#include <QTimer>
 
 #include <cmath>
 #include <fcntl.h>
@@ -342,6 +343,22 @@ bool Document::saveToPath(const QString& packagePath, QString* error)
     }
     clearChangeCount();
     return true;
+}
+
+void Document::saveToURL(const QString& packagePath, std::function<void(const QString& error)> completionHandler)
+{
+    ++m_pendingSaves;
+    QString error;
+    saveToPath(packagePath, &error);
+    QTimer::singleShot(0, this, [this, error, completionHandler] {
+        --m_pendingSaves;
+        if (completionHandler)
+            completionHandler(error);
+    });
+}
+
+void Document::waitForSaves()
+{
 }
 
 bool Document::close(QString* error)

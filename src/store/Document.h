@@ -82,7 +82,17 @@ public:
     /// data for new ones, files folder, parents, change count cleared.
     void setUpAfterReading(const QString& packagePath = QString());
 
-    /// Saves to the package path (the first save needs saveToPath()).
+    /// Saves as the window does: everything the database holds is taken now,
+    /// on the main thread; the database is written and the completion runs
+    /// on the main thread with "" or the system's reason for a failure
+    /// (already logged as "ERROR SAVING: %@"). Saves run one after another.
+    void saveToURL(const QString& packagePath, std::function<void(const QString& error)> completionHandler = {});
+    /// True while a save started by saveToURL() has not finished.
+    bool isSaving() const { return m_pendingSaves > 0; }
+    /// Returns once every save started so far is on disk (closing, quitting).
+    void waitForSaves();
+
+    /// Saves to the package path and waits (the first save needs saveToPath()).
     bool save(QString* error = nullptr);
     bool saveToPath(const QString& packagePath, QString* error = nullptr);
     /// The database dictionary as saving writes it (steps before the file write).
@@ -165,6 +175,7 @@ private:
     QStringList m_deleteIDSArray;
     QString m_integrityString;
     int m_changeCount = 0;
+    int m_pendingSaves = 0;
     OpenElsewhereQuestion* m_question = nullptr;
     std::function<std::pair<qint64, qint64>()> m_selectionProvider;
 };

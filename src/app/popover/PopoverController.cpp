@@ -1,0 +1,6 @@
+#include "app/popover/PopoverController.h"
+
+PopoverController::PopoverController(QWidget* parent)
+    : QWidget(parent)
+{
+}
