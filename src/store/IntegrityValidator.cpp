@@ -123,14 +123,16 @@ void IntegrityValidator::reportProgress(PendingRun& pending)
 void IntegrityValidator::applyEndedRuns()
 {
     // Runs end in the order they were queued; an end seen out of turn waits
-    // for the runs before it.
-    while (!m_runs.isEmpty() && m_runs.first().run->hasEnded()) {
+    // for the runs before it. Whoever listens may destroy this object.
+    const QPointer<IntegrityValidator> self(this);
+    while (self && !m_runs.isEmpty() && m_runs.first().run->hasEnded()) {
         PendingRun pending = m_runs.takeFirst();
         dropRun(pending);
         if (m_runs.isEmpty())
             m_progressTimer->stop();
         reportProgress(pending);
-        finish(pending.run->isIntact(), pending.run->logText());
+        if (self)
+            finish(pending.run->isIntact(), pending.run->logText());
     }
 }
 
@@ -159,13 +161,15 @@ void IntegrityValidator::finish(bool intact, const QString& logText)
     m_isValidating = false;
     m_isDataInteger = intact;
     m_logText = intact ? QString() : logText;
-    if (intact) {
-        // An integrity log from an earlier failure stays where it is.
-        setIntegrityString(localizedString(QStringLiteral("INTEGRITY_STRING_DATABASE_VALID")));
-    } else {
-        setIntegrityString(localizedString(QStringLiteral("INTEGRITY_STRING_DATABASE_CORRUPT")));
+    // A listener to the state line may close the window, and this object with it.
+    const QPointer<IntegrityValidator> self(this);
+    setIntegrityString(localizedString(intact ? QStringLiteral("INTEGRITY_STRING_DATABASE_VALID")
+                                              : QStringLiteral("INTEGRITY_STRING_DATABASE_CORRUPT")));
+    if (!self)
+        return;
+    // An integrity log from an earlier failure stays where a success leaves it.
+    if (!intact)
         writeIntegrityLog(logText);
-    }
     Q_EMIT finished(intact);
 }
 
