@@ -6,6 +6,7 @@
 
 #include <QRandomGenerator>
 #include <QTest>
+#include <atomic>
 #include <ctime>
 
 namespace {
@@ -317,6 +318,47 @@ private Q_SLOTS:
         QCOMPARE(titles(search.arrangedObjects()), QStringList());
         QCOMPARE(searchTitles(search, QStringLiteral("mahnung")), QStringList { "Mahnung" });
         QCOMPARE(searchTitles(search, QString()), QStringList({ "Mahnung", "Rechnung" }));
+    }
+
+    /// A part of the index that fails on its worker thread (here by a thrown
+    /// exception, in life for want of memory) is an error the caller is
+    /// given, never the end of the process; the search works again after it.
+    void aFailingWorkerIsReported_data()
+    {
+        QTest::addColumn<QString>("stage");
+        QTest::newRow("building") << "build";
+        QTest::newRow("searching") << "search";
+    }
+    void aFailingWorkerIsReported()
+    {
+        QFETCH(QString, stage);
+        QList<DocumentPtr> documents;
+        for (int i = 0; i < 10000; ++i)
+            documents.append(makeDocument(QStringLiteral("Rechnung %1").arg(i), i % 2 ? "Quittung" : "Brief"));
+        DocumentSearch search;
+        std::atomic<bool> failing { true };
+        const auto probe = [&failing](int part) {
+            // The second part runs on a worker thread, not the caller's.
+            if (part == 1 && failing.load())
+                throw std::bad_alloc();
+        };
+        if (stage == QLatin1String("build")) {
+            search.index().setPartProbe(probe);
+            QVERIFY(!search.resetArrayAndFilter(documents, {}));
+            QCOMPARE(search.index().statistics().segments, 0);
+        } else {
+            QVERIFY(search.resetArrayAndFilter(documents, {}));
+            search.index().setPartProbe(probe);
+            search.setSearchText(QStringLiteral("quittung"));
+            QVERIFY(!search.searchDocuments());
+        }
+        QVERIFY(search.errorString().contains(QLatin1String("bad_alloc")));
+        QVERIFY(search.arrangedObjects().isEmpty());
+
+        failing = false;
+        QVERIFY(search.resetArrayAndFilter(documents, {}));
+        QCOMPARE(searchTitles(search, QStringLiteral("quittung")).size(), 5000);
+        QVERIFY(search.errorString().isEmpty());
     }
 
     /// The index must give exactly what evaluating the predicate on every

@@ -141,7 +141,8 @@ int runSearch(const QStringList& arguments)
     timer.restart();
     DocumentSearch search;
     search.setSortDescriptor(descriptor);
-    search.resetArrayAndFilter(*archive);
+    if (!search.resetArrayAndFilter(*archive))
+        return cliFail(command, search.errorString());
     const double indexMs = elapsedMs(timer);
 
     search.setSearchText(words.join(QLatin1Char(' ')));
@@ -161,7 +162,8 @@ int runSearch(const QStringList& arguments)
     QList<DocumentPtr> hits;
     for (int run = 0; run < qMax(1, repeat); ++run) {
         timer.restart();
-        search.searchDocuments();
+        if (!search.searchDocuments())
+            return cliFail(command, search.errorString());
         hits = search.arrangedObjects();
         runs.append(elapsedMs(timer));
     }

@@ -2,6 +2,7 @@
 
 #include "model/QuillarcDocument.h"
 #include "store/Document.h"
+#include "text/KVLocalizationDictionary.h"
 #include "text/StringHelpers.h"
 
 #include <algorithm>
@@ -12,16 +13,17 @@ DocumentSearch::DocumentSearch()
 {
 }
 
-void DocumentSearch::resetArrayAndFilter(const Document& archive)
+bool DocumentSearch::resetArrayAndFilter(const Document& archive)
 {
-    resetArrayAndFilter(archive.allDocuments(), archive.allFileKinds());
+    return resetArrayAndFilter(archive.allDocuments(), archive.allFileKinds());
 }
 
-void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, const QList<ValueMap>& fileKinds)
+bool DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, const QList<ValueMap>& fileKinds)
 {
     m_content = documents;
     m_fileKinds = fileKinds;
-    m_index.build(m_content);
+    QString failure;
+    const bool built = m_index.build(m_content, &failure);
     m_slotOfPosition.resize(size_t(m_content.size()));
     std::iota(m_slotOfPosition.begin(), m_slotOfPosition.end(), 0u);
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
@@ -45,7 +47,20 @@ void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
     m_predicate = SearchPredicate();
     m_searchText = QString();
     m_filterPredicate = SearchPredicate();
-    m_hits = m_index.liveSlots();
+    // A failed build left the index empty, so the list shows nothing.
+    return takeHits(m_index.liveSlots(), built ? QString() : failure);
+}
+
+bool DocumentSearch::takeHits(SearchIndex::SlotSet hits, const QString& failure)
+{
+    m_hits = std::move(hits);
+    if (failure.isEmpty()) {
+        m_errorString.clear();
+        return true;
+    }
+    m_hits = SearchIndex::SlotSet(m_index.slotCount());
+    m_errorString = localizedString(QStringLiteral("SEARCH_FAILED")) + QLatin1Char(' ') + failure;
+    return false;
 }
 
 QString DocumentSearch::normalizedSearchText(const QString& text)
@@ -89,7 +104,7 @@ SearchPredicate DocumentSearch::kindPredicate(const QString& kind)
         QStringLiteral("fileKind"), SearchPredicate::Operator::Like, kind.isNull() ? Value() : Value::string(kind));
 }
 
-void DocumentSearch::searchDocuments()
+bool DocumentSearch::searchDocuments()
 {
     const QString text = normalizedSearchText(m_searchText);
     std::vector<SearchPredicate> parts;
@@ -101,8 +116,7 @@ void DocumentSearch::searchDocuments()
     if (!m_filterKind && text.isEmpty() && !m_filterPeriod) {
         // The list is unfiltered; the last predicate is deliberately kept.
         m_filterPredicate = SearchPredicate();
-        m_hits = m_index.liveSlots();
-        return;
+        return takeHits(m_index.liveSlots(), QString());
     }
 
     if (!text.isEmpty()) {
@@ -117,19 +131,24 @@ void DocumentSearch::searchDocuments()
     }
     m_predicate = SearchPredicate::andPredicate(std::move(parts));
     m_filterPredicate = m_predicate;
-    m_hits = m_index.filter(m_filterPredicate);
+    QString failure;
+    SearchIndex::SlotSet hits = m_index.filter(m_filterPredicate, &failure);
+    return takeHits(std::move(hits), failure);
 }
 
-void DocumentSearch::refreshDocument(const DocumentPtr& document)
+bool DocumentSearch::refreshDocument(const DocumentPtr& document)
 {
     const qint64 oldSlot = m_index.slotOf(document.get());
     const auto position = std::find(m_slotOfPosition.begin(), m_slotOfPosition.end(), quint32(oldSlot));
     if (oldSlot < 0 || position == m_slotOfPosition.end())
-        return;
+        return true;
     m_index.refreshDocument(document);
     *position = quint32(m_index.slotOf(document.get()));
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
-    m_hits = m_filterPredicate.isNull() ? m_index.liveSlots() : m_index.filter(m_filterPredicate);
+    QString failure;
+    SearchIndex::SlotSet hits
+        = m_filterPredicate.isNull() ? m_index.liveSlots() : m_index.filter(m_filterPredicate, &failure);
+    return takeHits(std::move(hits), failure);
 }
 
 void DocumentSearch::setSortDescriptor(const SortDescriptor& descriptor)

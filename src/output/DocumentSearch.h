@@ -47,17 +47,25 @@ public:
     /// Reloads the documents (allDocuments) and kinds (allFileKinds) of
     /// @p archive and clears every filter: both check boxes off, the period set
     /// to the smallest and largest fileDate (nil for an empty archive), the
-    /// predicate, the text and the list's filter cleared.
-    void resetArrayAndFilter(const Document& archive);
+    /// predicate, the text and the list's filter cleared. False when the
+    /// search index could not be built: the list then shows nothing and
+    /// errorString() says why.
+    bool resetArrayAndFilter(const Document& archive);
     /// The same with the lists given directly.
-    void resetArrayAndFilter(const QList<DocumentPtr>& documents, const QList<ValueMap>& fileKinds);
+    bool resetArrayAndFilter(const QList<DocumentPtr>& documents, const QList<ValueMap>& fileKinds);
 
-    /// Rebuilds the filter from the text and the filter settings and applies it.
-    void searchDocuments();
+    /// Rebuilds the filter from the text and the filter settings and applies
+    /// it. False when the search failed: the list then shows nothing and
+    /// errorString() says why.
+    bool searchDocuments();
 
     /// Reads an edited document of the list again, so the filter sees its new
     /// texts and dates (the list itself and its order stay as they are).
-    void refreshDocument(const DocumentPtr& document);
+    /// False, as searchDocuments(), when the filter could not be applied again.
+    bool refreshDocument(const DocumentPtr& document);
+
+    /// Why the last reset, search or refresh failed (localized, then the cause).
+    QString errorString() const { return m_errorString; }
 
     /// The order of the list (the main view's current sort descriptor).
     void setSortDescriptor(const SortDescriptor& descriptor);
@@ -85,6 +93,9 @@ public:
     static SearchPredicate kindPredicate(const QString& kind);
 
 private:
+    /// Applies a filter result, or an empty list and the reason on failure.
+    bool takeHits(SearchIndex::SlotSet hits, const QString& failure);
+
     QString m_searchText;
     QString m_fileKind;
     QDateTime m_startDate;
@@ -100,4 +111,5 @@ private:
     SortDescriptor m_sortDescriptor;
     std::vector<quint32> m_order;
     std::vector<quint32> m_slotOfPosition; ///< index slot of each content position
+    QString m_errorString;
 };

@@ -5,7 +5,9 @@
 #include "output/SearchSegment.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <mutex>
 #include <system_error>
 #include <thread>
 
@@ -16,36 +18,56 @@ template<typename T> qint64 capacityBytes(const std::vector<T>& items)
     return qint64(items.capacity() * sizeof(T));
 }
 
-/// Runs job(i) for i in [0, count) on up to @p threads threads.
-template<typename Job> void runParallel(int count, int threads, Job job)
+/// Runs job(i) for i in [0, count) on up to @p threads threads. A job that
+/// throws does not end the process: the first failure is kept, the jobs not
+/// yet begun are skipped, and false is returned with its description.
+template<typename Job> bool runParallel(int count, int threads, Job job, QString* error)
 {
-    if (threads <= 1 || count <= 1) {
-        for (int i = 0; i < count; ++i)
-            job(i);
-        return;
-    }
-    std::vector<std::thread> workers;
-    const int used = std::min(threads, count);
-    std::vector<bool> started(size_t(used), false);
-    for (int t = 1; t < used; ++t) {
-        try {
-            workers.emplace_back([&job, t, used, count] {
-                for (int i = t; i < count; i += used)
-                    job(i);
-            });
-            started[size_t(t)] = true;
-        } catch (const std::system_error&) {
-            // No thread to be had: this thread does that share as well.
-        }
-    }
-    for (int t = 0; t < used; ++t) {
-        if (!started[size_t(t)]) {
-            for (int i = t; i < count; i += used)
+    std::atomic<bool> failed { false };
+    std::mutex errorMutex;
+    QString firstError;
+    auto fail = [&](const QString& what) {
+        const std::lock_guard<std::mutex> lock(errorMutex);
+        if (!failed.exchange(true))
+            firstError = what;
+    };
+    // Every share runs through this, the caller's own share as well: an
+    // exception must not leave this function with workers still running.
+    auto runShare = [&](int first, int step) {
+        for (int i = first; i < count && !failed.load(); i += step) {
+            try {
                 job(i);
+            } catch (const std::exception& exception) {
+                fail(QString::fromLocal8Bit(exception.what()));
+            } catch (...) {
+                fail(QStringLiteral("unknown exception"));
+            }
         }
+    };
+    if (threads <= 1 || count <= 1) {
+        runShare(0, 1);
+    } else {
+        std::vector<std::thread> workers;
+        const int used = std::min(threads, count);
+        std::vector<bool> started(size_t(used), false);
+        for (int t = 1; t < used; ++t) {
+            try {
+                workers.emplace_back([&runShare, t, used] { runShare(t, used); });
+                started[size_t(t)] = true;
+            } catch (const std::system_error&) {
+                // No thread to be had: this thread does that share as well.
+            }
+        }
+        for (int t = 0; t < used; ++t) {
+            if (!started[size_t(t)])
+                runShare(t, used);
+        }
+        for (std::thread& worker : workers)
+            worker.join();
     }
-    for (std::thread& worker : workers)
-        worker.join();
+    if (failed.load() && error)
+        *error = firstError;
+    return !failed.load();
 }
 
 } // namespace
@@ -113,7 +135,7 @@ void SearchIndex::appendSlot(const DocumentPtr& document)
     m_live.insert(slot);
 }
 
-void SearchIndex::build(const QList<DocumentPtr>& documents)
+bool SearchIndex::build(const QList<DocumentPtr>& documents, QString* error)
 {
     clear();
     m_documents.reserve(size_t(documents.size()));
@@ -125,24 +147,37 @@ void SearchIndex::build(const QList<DocumentPtr>& documents)
     }
     const quint32 total = slotCount();
     if (!total)
-        return;
+        return true;
     const quint32 parts = total >= 2048 ? quint32(m_threads) : 1;
     for (quint32 part = 0; part < parts; ++part)
         m_segments.push_back(std::make_unique<SearchSegment>(quint32(quint64(total) * part / parts)));
-    runParallel(int(parts), m_threads, [this, total, parts](int part) {
-        SearchSegment& segment = *m_segments[size_t(part)];
-        const quint32 first = segment.firstSlot();
-        const quint32 count = quint32(quint64(total) * quint32(part + 1) / parts) - first;
-        size_t estimate = 0;
-        for (quint32 i = 0; i < count; ++i) {
-            const QuillarcDocument& document = *m_documents[first + i];
-            estimate += size_t(document.field(QuillarcDocument::ContentString).toString().size()) + 64;
-        }
-        segment.reserve(estimate + estimate / 32, count);
-        for (quint32 i = 0; i < count; ++i)
-            segment.append(*m_documents[first + i]);
-        segment.buildIndex();
-    });
+    QString failure;
+    const bool built = runParallel(
+        int(parts), m_threads,
+        [this, total, parts](int part) {
+            if (m_partProbe)
+                m_partProbe(part);
+            SearchSegment& segment = *m_segments[size_t(part)];
+            const quint32 first = segment.firstSlot();
+            const quint32 count = quint32(quint64(total) * quint32(part + 1) / parts) - first;
+            size_t estimate = 0;
+            for (quint32 i = 0; i < count; ++i) {
+                const QuillarcDocument& document = *m_documents[first + i];
+                estimate += size_t(document.field(QuillarcDocument::ContentString).toString().size()) + 64;
+            }
+            segment.reserve(estimate + estimate / 32, count);
+            for (quint32 i = 0; i < count; ++i)
+                segment.append(*m_documents[first + i]);
+            segment.buildIndex();
+        },
+        &failure);
+    if (!built) {
+        // Half-built segments would answer wrongly: nothing is kept.
+        clear();
+        if (error)
+            *error = failure;
+    }
+    return built;
 }
 
 void SearchIndex::addDocument(const DocumentPtr& document)
@@ -181,15 +216,27 @@ void SearchIndex::removeDocument(const DocumentPtr& document)
     m_slotOf.remove(document.get());
 }
 
-SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate) const
+SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate, QString* error) const
 {
     const SearchQuery query(predicate, m_kinds);
     const SearchQuery::Columns columns { m_documents.data(), m_fileDates.data(), m_kindIds.data() };
     std::vector<SearchSlotSet::Bits> results(m_segments.size());
     // Large archives are searched on several threads, one segment each.
     const int threads = slotCount() >= 8192 ? m_threads : 1;
-    runParallel(int(m_segments.size()), threads,
-        [&](int i) { results[size_t(i)] = query.evaluate(*m_segments[size_t(i)], columns); });
+    QString failure;
+    const bool searched = runParallel(
+        int(m_segments.size()), threads,
+        [&](int i) {
+            if (m_partProbe)
+                m_partProbe(i);
+            results[size_t(i)] = query.evaluate(*m_segments[size_t(i)], columns);
+        },
+        &failure);
+    if (!searched) {
+        if (error)
+            *error = failure;
+        return SlotSet(slotCount());
+    }
 
     SlotSet hits(slotCount());
     std::vector<quint64>& words = hits.words();

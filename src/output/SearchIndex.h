@@ -8,6 +8,7 @@
 #include <QList>
 #include <QStringList>
 #include <array>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -67,7 +68,9 @@ public:
     void setThreadCount(int threads) { m_threads = qMax(1, threads); }
 
     /// Replaces the contents with @p documents; slots follow the list order.
-    void build(const QList<DocumentPtr>& documents);
+    /// When a part cannot be built (a worker fails, say for want of memory)
+    /// the index is left empty and false is returned with the reason.
+    bool build(const QList<DocumentPtr>& documents, QString* error = nullptr);
     void clear();
     /// Takes in one document (it gets the next slot).
     void addDocument(const DocumentPtr& document);
@@ -84,8 +87,13 @@ public:
 
     /// The live slots whose documents satisfy @p predicate (the null predicate
     /// takes every live slot). Keys outside the indexed ones are evaluated on
-    /// the documents themselves.
-    SlotSet filter(const SearchPredicate& predicate) const;
+    /// the documents themselves. When a part cannot be searched the result is
+    /// empty and *@p error says why.
+    SlotSet filter(const SearchPredicate& predicate, QString* error = nullptr) const;
+
+    /// Called with the part's number on the thread that builds or searches
+    /// each part, before it starts; for tests that make a part fail.
+    void setPartProbe(std::function<void(int part)> probe) { m_partProbe = std::move(probe); }
 
     Statistics statistics() const;
 
@@ -102,4 +110,5 @@ private:
     QHash<const QuillarcDocument*, qint64> m_slotOf;
     SlotSet m_live;
     int m_threads = 2;
+    std::function<void(int)> m_partProbe;
 };

@@ -1,14 +1,10 @@
 #include "store/KVDispatch.h"
 
-#include <QThreadPool>
+#include "store/SerialQueue.h"
 
-QThreadPool* KVDispatch::sharedQueue()
+SerialQueue* KVDispatch::sharedQueue()
 {
-    static QThreadPool* queue = [] {
-        auto* pool = new QThreadPool;
-        pool->setMaxThreadCount(1);
-        pool->setExpiryTimeout(-1);
-        return pool;
-    }();
+    // Never destroyed: leaving the process must not wait for queued work.
+    static SerialQueue* queue = new SerialQueue;
     return queue;
 }

@@ -4,32 +4,40 @@
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
+#include "store/MemberMapping.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <sys/stat.h>
 
 namespace {
-/// Maps (or, for tiny and special files, reads) a member. The returned bytes
-/// are valid while `file` stays open.
-bool loadMember(QFile& file, QByteArray* bytes)
+/// Large members are hashed in pieces of this size; after each piece the
+/// pages read are given back and a request to stop is honoured.
+constexpr qint64 hashPiece = 8 * 1024 * 1024;
+
+/// True when every step of @p parts below @p packagePath exists and none is a symbolic link.
+bool hasNoLinkBelow(const QString& packagePath, const QStringList& parts)
 {
-    const QFileInfo info(file.fileName());
-    if (!info.isFile() || !file.open(QIODevice::ReadOnly))
-        return false;
-    const qint64 size = file.size();
-    if (size <= 0)
-        return false;
-    if (uchar* mapped = file.map(0, size)) {
-        *bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(mapped), qsizetype(size));
-        return true;
+    QString path = packagePath;
+    for (const QString& part : parts) {
+        path += QLatin1Char('/') + part;
+        struct stat info = {};
+        if (::lstat(QFile::encodeName(path).constData(), &info) != 0 || S_ISLNK(info.st_mode))
+            return false;
     }
-    *bytes = file.readAll();
-    return !bytes->isEmpty();
+    return true;
 }
 } // namespace
 
 QString PackageMember::resolve(const QString& packagePath, const QString& relativePath)
+{
+    return resolve(packagePath, relativePath, QString());
+}
+
+QString PackageMember::resolve(
+    const QString& packagePath, const QString& relativePath, const QString& canonicalPackagePath)
 {
     if (packagePath.isEmpty() || QDir::isAbsolutePath(relativePath))
         return QString();
@@ -37,10 +45,15 @@ QString PackageMember::resolve(const QString& packagePath, const QString& relati
     if (parts.contains(QLatin1String("..")))
         return QString();
     const QString joined = relativePath.isEmpty() ? packagePath : QDir(packagePath).filePath(relativePath);
+    // Without "..", a path with no link below the package stays inside it:
+    // a few lstat calls instead of resolving every folder of the full path.
+    if (!canonicalPackagePath.isEmpty() && !parts.isEmpty() && hasNoLinkBelow(packagePath, parts))
+        return joined;
     // A link inside the package must not lead out of it.
     const QString canonical = QFileInfo(joined).canonicalFilePath();
     if (!canonical.isEmpty()) {
-        const QString root = QFileInfo(packagePath).canonicalFilePath();
+        const QString root
+            = canonicalPackagePath.isEmpty() ? QFileInfo(packagePath).canonicalFilePath() : canonicalPackagePath;
         if (canonical != root && !canonical.startsWith(root + QLatin1Char('/')))
             return QString();
     }
@@ -50,15 +63,15 @@ QString PackageMember::resolve(const QString& packagePath, const QString& relati
 PackageMember::Contents PackageMember::read(const QString& memberPath)
 {
     Contents contents;
-    if (memberPath.isEmpty() || !QFileInfo::exists(memberPath))
+    const MemberMapping mapping(memberPath);
+    if (mapping.status() == MemberMapping::Status::Missing)
         return contents;
     contents.status = Status::Undecodable;
-    QFile file(memberPath);
-    QByteArray bytes;
-    if (!loadMember(file, &bytes))
+    if (mapping.status() != MemberMapping::Status::Loaded)
         return contents;
-    const Value root = KeyedUnarchiver::unarchiveObjectWithData(bytes);
-    if (root.kind() != Value::Kind::Dictionary)
+    const Value root = KeyedUnarchiver::unarchiveObjectWithData(mapping.bytes());
+    // A member cut short while it was read is not what was archived.
+    if (root.kind() != Value::Kind::Dictionary || mapping.wasCutShort())
         return contents;
     const ValueMap& entries = root.toDictionary();
     contents.status = Status::Ok;
@@ -69,22 +82,37 @@ PackageMember::Contents PackageMember::read(const QString& memberPath)
     return contents;
 }
 
-PackageMember::Status PackageMember::fingerprint(const QString& memberPath, const QString& salt, QString* fingerprint)
+PackageMember::Status PackageMember::fingerprint(
+    const QString& memberPath, const QString& salt, QString* fingerprint, const std::atomic<bool>* stop)
 {
     fingerprint->clear();
-    if (memberPath.isEmpty() || !QFileInfo::exists(memberPath))
+    MemberMapping mapping(memberPath);
+    if (mapping.status() == MemberMapping::Status::Missing)
         return Status::Missing;
-    QFile file(memberPath);
-    QByteArray bytes;
-    if (!loadMember(file, &bytes))
+    if (mapping.status() != MemberMapping::Status::Loaded)
         return Status::Undecodable;
+    const QByteArray bytes = mapping.bytes();
     KeyedUnarchiver unarchiver;
     unarchiver.setDataAsView(true);
     if (!unarchiver.decode(bytes) || unarchiver.root().kind() != Value::Kind::Dictionary)
         return Status::Undecodable;
     const Value data = unarchiver.root().toDictionary().value(QStringLiteral("data"));
-    if (data.kind() == Value::Kind::Data)
-        *fingerprint = Fingerprint::saltedFingerprint(data.toData(), salt);
+    if (data.kind() != Value::Kind::Data)
+        return Status::Ok;
+    // The data is a view into the mapping: hashed where it lies, piece by piece.
+    const QByteArray view = data.toData();
+    const qint64 start = view.constData() - bytes.constData();
+    mapping.adviseSequential(start, view.size());
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    for (qint64 done = 0; done < view.size(); done += hashPiece) {
+        if (stop && stop->load(std::memory_order_relaxed))
+            return Status::Stopped;
+        const qint64 length = qMin(hashPiece, view.size() - done);
+        hash.addData(QByteArrayView(view.constData() + done, length));
+        mapping.release(start + done, length);
+    }
+    if (!mapping.wasCutShort())
+        *fingerprint = Fingerprint::saltedFingerprintOfDigest(QString::fromLatin1(hash.result().toHex()), salt);
     return Status::Ok;
 }
 
