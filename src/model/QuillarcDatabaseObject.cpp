@@ -1,5 +1,6 @@
 #include "model/QuillarcDatabaseObject.h"
 
+#include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QUuid>
@@ -33,6 +34,8 @@ Document* QuillarcDatabaseObject::document() const
 
 void QuillarcDatabaseObject::valuesChanged()
 {
+    if (Document* archive = document())
+        archive->noteObjectChanged(this);
     scheduleValuesChanged(m_parent);
 }
 

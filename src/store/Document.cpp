@@ -18,6 +18,7 @@
 #include <QSaveFile>
 #include <QSet>
 #include <QSysInfo>
+#include <QThread>
 #include <QTimer>
 
 #include <cmath>
@@ -355,6 +356,12 @@ void Document::saveToURL(const QString& packagePath, std::function<void(const QS
         if (completionHandler)
             completionHandler(error);
     });
+}
+
+void Document::noteObjectChanged(QuillarcDatabaseObject* object)
+{
+    if (QThread::currentThread() == thread())
+        Q_EMIT objectChanged(object);
 }
 
 void Document::waitForSaves()
