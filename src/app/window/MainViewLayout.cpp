@@ -1,0 +1,111 @@
+#include "app/window/MainViewLayout.h"
+
+#include "app/i18n/Localizer.h"
+#include "app/models/DocumentListModel.h"
+#include "app/models/GroupListModel.h"
+#include "app/views/DocumentItemDelegate.h"
+#include "app/views/DocumentsTableView.h"
+#include "app/views/GroupItemDelegate.h"
+#include "app/views/GroupsListView.h"
+#include "app/views/MainSplitView.h"
+#include "app/views/ProgressPane.h"
+#include "app/window/MainViewInfoArea.h"
+#include "app/window/MainViewStartArea.h"
+
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+MainViewLayout::MainViewLayout(QWidget* host, Document* document, GroupListModel* groups, DocumentListModel* documents)
+{
+    auto* outer = new QVBoxLayout(host);
+    outer->setContentsMargins(0, 0, 0, 0);
+    busyStack = new QStackedWidget(host);
+    outer->addWidget(busyStack);
+
+    splitView = new MainSplitView(busyStack);
+    splitView->setObjectName(QStringLiteral("mainSplitView"));
+    splitView->addWidget(buildGroupsPane(groups));
+    documentsStack = new QStackedWidget(splitView);
+    documentsPage = buildDocumentsPage(document, documents);
+    startArea = new MainViewStartArea(documentsStack);
+    documentsStack->addWidget(documentsPage);
+    documentsStack->addWidget(startArea);
+    splitView->addWidget(documentsStack);
+    // The groups pane keeps its width; the documents take what the window gains.
+    splitView->setStretchFactor(0, 0);
+    splitView->setStretchFactor(1, 1);
+    splitView->setSizes({ 260, 740 });
+    busyStack->addWidget(splitView);
+
+    progress = new ProgressPane(busyStack);
+    progress->setObjectName(QStringLiteral("progressIndicator"));
+    busyStack->addWidget(progress);
+}
+
+QWidget* MainViewLayout::buildGroupsPane(GroupListModel* groups)
+{
+    auto* pane = new QWidget;
+    auto* layout = new QVBoxLayout(pane);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    auto* header = new QWidget(pane);
+    auto* headerLayout = new QVBoxLayout(header);
+    headerLayout->setContentsMargins(8, 8, 8, 6);
+    containerTitle = new QLineEdit(header);
+    containerTitle->setObjectName(QStringLiteral("containerTitleTextField"));
+    containerTitle->setFrame(false);
+    QFont titleFont = containerTitle->font();
+    titleFont.setBold(true);
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.2);
+    containerTitle->setFont(titleFont);
+    containerTitle->setPlaceholderText(QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
+    // Return in the description adds a line; in the title it ends the edit.
+    containerDescription = new QPlainTextEdit(header);
+    containerDescription->setObjectName(QStringLiteral("containerDescriptionTextField"));
+    containerDescription->setFrameShape(QFrame::NoFrame);
+    containerDescription->setPlaceholderText(QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
+    containerDescription->setTabChangesFocus(true);
+    containerDescription->setFixedHeight(containerDescription->fontMetrics().lineSpacing() * 3 + 8);
+    Localizer::markAsData(containerTitle);
+    Localizer::setAccessibleKeys(containerTitle, QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
+    Localizer::setAccessibleKeys(containerDescription, QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
+    headerLayout->addWidget(containerTitle);
+    headerLayout->addWidget(containerDescription);
+    layout->addWidget(header);
+    groupsView = new GroupsListView(pane);
+    groupsView->setObjectName(QStringLiteral("groupsTableView"));
+    groupsView->setModel(groups);
+    groupsView->setItemDelegate(new GroupItemDelegate(groupsView));
+    Localizer::setAccessibleKeys(groupsView, QStringLiteral("GROUPS_LIST"));
+    layout->addWidget(groupsView, 1);
+    return pane;
+}
+
+QWidget* MainViewLayout::buildDocumentsPage(Document* document, DocumentListModel* documents)
+{
+    auto* page = new QWidget(documentsStack);
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    documentsView = new DocumentsTableView(page);
+    documentsView->setObjectName(QStringLiteral("documentsTableView"));
+    documentsView->setModel(documents);
+    documentsView->setItemDelegate(new DocumentItemDelegate(documentsView));
+    QHeaderView* header = documentsView->header();
+    header->setSectionResizeMode(QHeaderView::Interactive);
+    header->setSectionResizeMode(DocumentListModel::TitleColumn, QHeaderView::Stretch);
+    header->setSectionResizeMode(DocumentListModel::ColorTagColumn, QHeaderView::Fixed);
+    header->setSectionResizeMode(DocumentListModel::LockColumn, QHeaderView::Fixed);
+    const int columnWidths[] = { 240, 90, 110, 120, 80, 140, 28, 28 };
+    for (int column = 0; column < DocumentListModel::ColumnCount; ++column)
+        header->resizeSection(column, columnWidths[column]);
+    Localizer::setAccessibleKeys(documentsView, QStringLiteral("DOCUMENTS_LIST"));
+    layout->addWidget(documentsView, 1);
+    infoArea = new MainViewInfoArea(document, page);
+    infoArea->setFixedHeight(168);
+    layout->addWidget(infoArea);
+    return page;
+}

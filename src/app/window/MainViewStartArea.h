@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QWidget>
+
+class QPushButton;
+
+/// What a new archive shows before it is set up: a few words on naming the
+/// archive (the title field beside the groups list has the focus) and the
+/// button that ends the set-up and saves the archive for the first time.
+class MainViewStartArea : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MainViewStartArea(QWidget* parent = nullptr);
+
+    QPushButton* letsDoItButton() const { return m_button; }
+
+Q_SIGNALS:
+    void letsDoIt();
+
+private:
+    QPushButton* m_button;
+};
