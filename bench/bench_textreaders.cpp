@@ -1,7 +1,9 @@
 // Extraction time per format for typical office files (about ten pages of
-// text), generated here; extra files given on the command line are measured
-// too. Prints medians over repeated runs and the throughput.
+// text), generated here, and the Word reader on large generated files, plain
+// and crafted, at growing sizes; extra files given on the command line are
+// measured too. Prints medians over repeated runs and the throughput.
 #include "BenchSupport.h"
+#include "WordFile.h"
 #include "intake/DocReader.h"
 #include "intake/DocxReader.h"
 #include "intake/HtmlReader.h"
@@ -11,7 +13,6 @@
 #include "intake/WebArchiveReader.h"
 #include "store/BinaryPlistWriter.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -23,6 +24,7 @@
 namespace {
 
 constexpr int kRuns = 15;
+constexpr int kWordRuns = 5;
 constexpr int kParagraphs = 400;
 
 QString paragraph(int i)
@@ -96,20 +98,85 @@ QString plainText()
     return text;
 }
 
-void measure(const char* label, const QByteArray& bytes, const std::function<QString(const QByteArray&)>& extract)
+// A Word file of about size bytes of ordinary paragraphs in one piece.
+QByteArray plainWordFile(qsizetype size)
 {
-    QList<double> times;
+    QStringEncoder windows1252("windows-1252");
+    QByteArray text;
+    for (int i = 0; text.size() < size; ++i)
+        text += windows1252.encode(paragraph(i) + QLatin1Char('\r'));
+    text.truncate(size);
+    return WordFile::withText(text);
+}
+
+// Field marks only: field after field opened and switched to its shown result, one character each, never closed.
+QByteArray fieldMarksWordFile(qsizetype size)
+{
+    return WordFile::withText(QByteArray("\x13\x14x").repeated(size / 3));
+}
+
+// A thousand nested fields shown as results, then plain characters: every character sits inside all of them.
+QByteArray deepFieldsWordFile(qsizetype size)
+{
+    const QByteArray open = QByteArray("\x13\x14").repeated(1024);
+    return WordFile::withText(open + QByteArray(size - open.size(), 'x'));
+}
+
+struct Medians
+{
+    double wallMs = 0;
+    double cpuMs = 0;
+};
+
+// Medians of extract over runs, printed with the throughput (by wall time).
+Medians measure(const char* label, const QByteArray& bytes, const std::function<QString(const QByteArray&)>& extract,
+    int runs = kRuns)
+{
+    QList<double> wall;
+    QList<double> cpu;
     qsizetype characters = 0;
-    for (int run = 0; run < kRuns; ++run) {
-        QElapsedTimer timer;
-        timer.start();
-        characters = extract(bytes).size();
-        times.append(bench::elapsedMs(timer));
+    for (int run = 0; run < runs; ++run) {
+        const bench::Timing timing = bench::measure([&] { characters = extract(bytes).size(); });
+        wall.append(timing.wallMs);
+        cpu.append(timing.cpuMs);
     }
-    const double median = bench::median(times);
-    std::printf("%-28s %9lld bytes %8lld chars  median %8.3f ms  worst %8.3f ms  %7.1f MB/s\n", label,
-        static_cast<long long>(bytes.size()), static_cast<long long>(characters), median, bench::worst(times),
-        median > 0 ? double(bytes.size()) / 1e3 / median : 0.0);
+    const Medians medians { bench::median(wall), bench::median(cpu) };
+    std::printf("%-28s %9lld bytes %8lld chars  median %8.3f ms (cpu %8.3f)  worst %8.3f ms  %7.1f MB/s\n", label,
+        static_cast<long long>(bytes.size()), static_cast<long long>(characters), medians.wallMs, medians.cpuMs,
+        bench::worst(wall), medians.wallMs > 0 ? double(bytes.size()) / 1e3 / medians.wallMs : 0.0);
+    return medians;
+}
+
+double ratio(double a, double b)
+{
+    return b > 0 ? a / b : 0.0;
+}
+
+// The Word reader on plain and crafted files of growing size. Ratios are taken from CPU-time medians of this one
+// run, which a busy machine disturbs less than wall time; linear reading keeps the crafted files near the plain one
+// and grows every kind by the factor of the sizes.
+void measureWordSizes()
+{
+    std::printf("\nWord reader: plain paragraphs beside crafted field marks, %d runs each\n", kWordRuns);
+    const auto doc = [](const QByteArray& b) { return DocReader::extractFromData(b); };
+    const QList<double> sizes { 1.5, 3, 6, 12 };
+    const QList<QPair<QByteArray, QByteArray (*)(qsizetype)>> kinds { { "plain", plainWordFile },
+        { "field marks", fieldMarksWordFile }, { "deep fields", deepFieldsWordFile } };
+    QList<QList<double>> cpu(kinds.size());
+    for (double megabytes : sizes) {
+        for (qsizetype k = 0; k < kinds.size(); ++k) {
+            const QByteArray label = "doc " + kinds[k].first + ' ' + QByteArray::number(megabytes) + " MB";
+            cpu[k].append(
+                measure(label.constData(), kinds[k].second(qsizetype(megabytes * 1e6)), doc, kWordRuns).cpuMs);
+        }
+        std::printf("  cpu ratio to plain at %g MB: field marks %.2f, deep fields %.2f\n", megabytes,
+            ratio(cpu[1].last(), cpu[0].last()), ratio(cpu[2].last(), cpu[0].last()));
+    }
+    std::printf(
+        "cpu growth from %g to %g MB (linear: %.0f):", sizes.first(), sizes.last(), sizes.last() / sizes.first());
+    for (qsizetype k = 0; k < kinds.size(); ++k)
+        std::printf(" %s x%.2f", kinds[k].first.constData(), ratio(cpu[k].last(), cpu[k].first()));
+    std::printf("\n");
 }
 
 } // namespace
@@ -120,10 +187,7 @@ int main(int argc, char** argv)
     QGuiApplication application(argc, argv);
     QTemporaryDir directory;
 
-    const QString fixture = QFileInfo(QStringLiteral(__FILE__))
-                                .dir()
-                                .filePath(QStringLiteral("../tests/data/multilingual-table-field.doc"));
-    QFile docFile(fixture);
+    QFile docFile(QStringLiteral(QUILLARC_TEST_DATA "/multilingual-table-field.doc"));
     const QByteArray doc = docFile.open(QIODevice::ReadOnly) ? docFile.readAll() : QByteArray();
     const QByteArray html = htmlBytes();
     const QString text = plainText();
@@ -143,6 +207,7 @@ int main(int argc, char** argv)
     measure("txt utf-16 bom", text16, [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
     measure("txt windows-1252 (detected)", text1252,
         [](const QByteArray& b) { return PlainTextReader::extractFromData(b); });
+    measureWordSizes();
 
     // Reference: iconv converting the same Windows-1252 text, process start included.
     const QString sample = directory.filePath(QStringLiteral("sample.txt"));

@@ -57,22 +57,14 @@ bool CompoundFile::readChain(quint32 start, quint64 size, bool mini, bool wholeC
         return true;
     out->reserve(wholeChain ? unit : qsizetype(size));
     quint32 current = start;
-    // A chain visits each sector at most once; more steps than sectors means a cycle.
-    const qsizetype maxSteps = available / unit;
-    for (qsizetype steps = 0; current != kEndOfChain; ++steps) {
-        if (steps >= maxSteps || current >= quint32(table.size()))
+    // A chain visits each sector at most once; coming back to one is a cycle, and the stream is broken rather than
+    // read round and round until its recorded size is filled.
+    std::vector<bool> visited(size_t(available / unit), false);
+    while (current != kEndOfChain) {
+        if (current >= quint32(table.size()) || current >= visited.size() || visited[current])
             return false;
-        const char* p = nullptr;
-        if (mini) {
-            const qsizetype offset = qsizetype(current) * unit;
-            if (offset + unit > m_miniStream.size())
-                return false;
-            p = m_miniStream.constData() + offset;
-        } else {
-            p = sector(current);
-            if (!p)
-                return false;
-        }
+        visited[current] = true;
+        const char* p = mini ? m_miniStream.constData() + qsizetype(current) * unit : sector(current);
         qsizetype take = unit;
         if (!wholeChain)
             take = qsizetype(std::min<quint64>(quint64(unit), size - quint64(out->size())));

@@ -3,7 +3,6 @@
 #include "intake/CompoundFile.h"
 #include "intake/TextDecoding.h"
 
-#include <QFile>
 #include <QtEndian>
 #include <vector>
 
@@ -17,21 +16,39 @@ constexpr quint16 kFlagTableStream1 = 0x0200;
 constexpr qsizetype kFibBaseSize = 32;
 constexpr int kClxIndex = 33; // fcClx/lcbClx pair in the file-offset table
 constexpr int kCcpTextIndex = 3; // ccpText in the long-integer table
+// Word never nests fields this deep; begin marks past it are ignored, which keeps damaged files from growing the
+// stack without end.
 constexpr size_t kMaxFieldDepth = 1024;
 
 // Builds the visible text from Word's character stream: paragraph, line, page
 // and table marks become line ends or tabs; the instruction part of a field
-// (between its begin and separator marks) is dropped, its result kept.
+// (between its begin and separator marks) is dropped, its result kept. Every
+// character costs the same whatever the nesting, so reading stays linear.
 class TextAssembler
 {
 public:
+    /// capacity: at least the number of characters that will be added; each gives at most one.
+    explicit TextAssembler(qsizetype capacity)
+        : m_text(capacity, Qt::Uninitialized)
+        , m_out(m_text.data())
+    {
+    }
+
     void add(const QString& chunk)
     {
-        m_text.reserve(m_text.size() + chunk.size());
         for (const QChar c : chunk)
             addChar(c.unicode());
     }
-    QString take() { return std::move(m_text); }
+
+    QString take()
+    {
+        const qsizetype size = m_out - m_text.constData();
+        m_text.truncate(size);
+        // Field instructions can make the text much shorter than the characters read.
+        if (size < m_text.capacity() / 2)
+            m_text.squeeze();
+        return std::move(m_text);
+    }
 
 private:
     void addChar(char16_t u)
@@ -40,42 +57,50 @@ private:
         m_lastWasCell = false;
         switch (u) {
         case 0x13:
-            if (m_fields.size() < kMaxFieldDepth)
+            if (m_fields.size() < kMaxFieldDepth) {
                 m_fields.push_back(false);
+                ++m_inInstructions;
+            }
             return;
         case 0x14:
-            if (!m_fields.empty())
+            if (!m_fields.empty() && !m_fields.back()) {
                 m_fields.back() = true;
+                --m_inInstructions;
+            }
             return;
         case 0x15:
-            if (!m_fields.empty())
+            if (!m_fields.empty()) {
+                if (!m_fields.back())
+                    --m_inInstructions;
                 m_fields.pop_back();
+            }
             return;
         default:
             break;
         }
-        if (!visible())
+        // Hidden while any open field, however far out, is still in its instructions.
+        if (m_inInstructions > 0)
             return;
         switch (u) {
         case 0x0D:
         case 0x0B:
         case 0x0C:
-            m_text.append(QLatin1Char('\n'));
+            put(u'\n');
             return;
         case 0x07:
             // A cell ends with one mark; the row ends with one more right after the last cell's.
             if (afterCell) {
-                m_text.append(QLatin1Char('\n'));
+                put(u'\n');
             } else {
-                m_text.append(QLatin1Char('\t'));
+                put(u'\t');
                 m_lastWasCell = true;
             }
             return;
         case 0x09:
-            m_text.append(QLatin1Char('\t'));
+            put(u'\t');
             return;
         case 0x1E:
-            m_text.append(QChar(0x2011));
+            put(u'\u2011');
             return;
         default:
             break;
@@ -83,21 +108,25 @@ private:
         // Anchors of pictures, drawings, notes and optional hyphens carry no text.
         if (u < 0x20 || u == 0x1F)
             return;
-        m_text.append(QChar(u));
+        put(u);
     }
 
-    bool visible() const
-    {
-        for (bool inResult : m_fields) {
-            if (!inResult)
-                return false;
-        }
-        return true;
-    }
+    void put(char16_t u) { *m_out++ = QChar(u); }
 
     QString m_text;
+    QChar* m_out;
+    // Open fields, innermost last: true once the field's separator has been seen and its result is showing.
     std::vector<bool> m_fields;
+    size_t m_inInstructions = 0; // open fields whose separator has not come yet
     bool m_lastWasCell = false;
+};
+
+// A run of characters from the piece table, checked to lie inside the WordDocument stream.
+struct Piece
+{
+    quint64 offset = 0; // in the WordDocument stream
+    quint32 count = 0; // characters
+    bool compressed = false; // one Windows-1252 byte per character rather than UTF-16
 };
 
 quint32 u32(const QByteArray& bytes, qsizetype offset)
@@ -144,14 +173,6 @@ bool findPieceTable(const QByteArray& table, quint32 fcClx, quint32 lcbClx, qsiz
 
 } // namespace
 
-QString DocReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
-
 QString DocReader::extractFromData(const QByteArray& bytes)
 {
     CompoundFile container;
@@ -197,7 +218,9 @@ QString DocReader::extractFromData(const QByteArray& bytes)
     // n + 1 character positions, then n piece descriptors of 8 bytes each.
     const qsizetype pieceCount = (plcSize - 4) / 12;
     const qsizetype descriptors = plc + (pieceCount + 1) * 4;
-    TextAssembler text;
+    std::vector<Piece> pieces;
+    quint64 characters = 0;
+    quint32 previousEnd = 0;
     for (qsizetype i = 0; i < pieceCount; ++i) {
         const quint32 cpStart = u32(table, plc + i * 4);
         quint32 cpEnd = u32(table, plc + (i + 1) * 4);
@@ -206,21 +229,33 @@ QString DocReader::extractFromData(const QByteArray& bytes)
         cpEnd = std::min(cpEnd, quint32(ccpText));
         if (cpEnd <= cpStart)
             continue;
-        const quint32 count = cpEnd - cpStart;
+        // Positions only ascend. Every character is stored once in the WordDocument stream, so pieces that
+        // overlap or add up to more characters than it holds are damage, not text to repeat.
+        if (cpStart < previousEnd)
+            return {};
+        previousEnd = cpEnd;
         const quint32 fcField = u32(table, descriptors + i * 8 + 2);
-        const bool compressed = fcField & 0x40000000u;
+        Piece piece;
+        piece.count = cpEnd - cpStart;
+        piece.compressed = fcField & 0x40000000u;
         const quint64 fc = fcField & 0x3FFFFFFFu;
-        if (compressed) {
-            const quint64 offset = fc / 2;
-            if (offset + count > quint64(word.size()))
-                return {};
-            text.add(TextDecoding::decodeWindows1252(word.constData() + offset, qsizetype(count)));
+        piece.offset = piece.compressed ? fc / 2 : fc;
+        const quint64 bytesUsed = piece.compressed ? quint64(piece.count) : quint64(piece.count) * 2;
+        characters += piece.count;
+        if (piece.offset + bytesUsed > quint64(word.size()) || characters > quint64(word.size()))
+            return {};
+        pieces.push_back(piece);
+    }
+
+    TextAssembler text { qsizetype(characters) };
+    for (const Piece& piece : pieces) {
+        const char* at = word.constData() + piece.offset;
+        if (piece.compressed) {
+            text.add(TextDecoding::decodeWindows1252(at, qsizetype(piece.count)));
         } else {
-            if (fc + quint64(count) * 2 > quint64(word.size()))
-                return {};
-            QString chunk(qsizetype(count), Qt::Uninitialized);
-            for (quint32 k = 0; k < count; ++k)
-                chunk[k] = QChar(u16(word, qsizetype(fc) + qsizetype(k) * 2));
+            QString chunk(qsizetype(piece.count), Qt::Uninitialized);
+            for (quint32 k = 0; k < piece.count; ++k)
+                chunk[k] = QChar(qFromLittleEndian<quint16>(at + qsizetype(k) * 2));
             text.add(chunk);
         }
     }

@@ -12,7 +12,11 @@
 class DocReader : public TextReader
 {
 public:
-    QString extract(const QString& path) const override;
+    DocReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The main text of a document held in memory, or "" when it cannot be read.
     static QString extractFromData(const QByteArray& bytes);

@@ -1,6 +1,5 @@
 #include "intake/DocxReader.h"
 
-#include <QFile>
 #include <QXmlStreamReader>
 #include <memory>
 #include <zip.h>
@@ -75,14 +74,6 @@ bool isWordElement(const QXmlStreamReader& xml, QLatin1String localName)
 }
 
 } // namespace
-
-QString DocxReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
 
 QString DocxReader::extractFromData(const QByteArray& bytes)
 {

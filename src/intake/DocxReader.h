@@ -11,7 +11,11 @@
 class DocxReader : public TextReader
 {
 public:
-    QString extract(const QString& path) const override;
+    DocxReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The text of a document held in memory, or "" when it cannot be read.
     static QString extractFromData(const QByteArray& bytes);

@@ -2,17 +2,8 @@
 
 #include "intake/TextDecoding.h"
 
-#include <QFile>
 #include <QStringDecoder>
 #include <QTextDocument>
-
-QString HtmlReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
 
 QString HtmlReader::decodeHtml(const QByteArray& bytes, const QByteArray& encodingName)
 {

@@ -12,7 +12,11 @@
 class HtmlReader : public TextReader
 {
 public:
-    QString extract(const QString& path) const override;
+    HtmlReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The plain text of an HTML page's bytes. encodingName, when given, is
     /// the charset named outside the page (a web archive records one) and wins

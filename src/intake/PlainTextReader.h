@@ -10,7 +10,14 @@
 class PlainTextReader : public TextReader
 {
 public:
+    PlainTextReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    /// Reads and decodes the file, writing the log line when it cannot.
     QString extract(const QString& path) const override;
+    /// The decoded text of bytes, or "" (without a log line) when no encoding fits.
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The decoded text of bytes, or "" with error set when no encoding fits.
     static QString extractFromData(const QByteArray& bytes, QString* error = nullptr);

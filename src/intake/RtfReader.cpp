@@ -2,7 +2,6 @@
 
 #include "intake/TextDecoding.h"
 
-#include <QFile>
 #include <QHash>
 #include <QStringDecoder>
 #include <vector>
@@ -451,14 +450,6 @@ bool RtfParser::parse(QString* out)
 }
 
 } // namespace
-
-QString RtfReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
 
 QString RtfReader::extractFromData(const QByteArray& bytes)
 {

@@ -13,7 +13,11 @@
 class RtfReader : public TextReader
 {
 public:
-    QString extract(const QString& path) const override;
+    RtfReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The text of RTF bytes, or "" when they are not RTF or nest too deeply.
     static QString extractFromData(const QByteArray& bytes);

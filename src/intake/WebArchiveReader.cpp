@@ -3,8 +3,6 @@
 #include "intake/HtmlReader.h"
 #include "store/BinaryPlistReader.h"
 
-#include <QFile>
-
 namespace {
 
 using Object = BinaryPlistReader::Object;
@@ -26,14 +24,6 @@ bool valueForKey(const BinaryPlistReader& plist, const Object& dictionary, QLati
 }
 
 } // namespace
-
-QString WebArchiveReader::extract(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaximumFileSize)
-        return {};
-    return extractFromData(file.readAll());
-}
 
 bool WebArchiveReader::mainResource(const QByteArray& bytes, QByteArray* html, QByteArray* encodingName)
 {

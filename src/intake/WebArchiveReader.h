@@ -9,7 +9,11 @@
 class WebArchiveReader : public TextReader
 {
 public:
-    QString extract(const QString& path) const override;
+    WebArchiveReader()
+        : TextReader(kMaximumFileSize)
+    {
+    }
+    QString textFromData(const QByteArray& bytes) const override { return extractFromData(bytes); }
 
     /// The text of a web archive held in memory, or "" when it cannot be read.
     static QString extractFromData(const QByteArray& bytes);
