@@ -8,14 +8,14 @@
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
 #include "app/views/DocumentsTableView.h"
-#include "app/views/ProgressPane.h"
+#include "controls/KVTessaryProgress.h"
 #include "model/QuillarcLogObject.h"
 
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QUrl>

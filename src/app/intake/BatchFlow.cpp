@@ -7,7 +7,7 @@
 #include "app/sheet/BatchSheet.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
-#include "app/views/ProgressPane.h"
+#include "controls/KVTessaryProgress.h"
 #include "app/views/TokenField.h"
 #include "app/window/MainView.h"
 #include "intake/BatchIntake.h"
@@ -68,7 +68,7 @@ void BatchFlow::startBatch(const QStringList& paths, const GroupPtr& group, bool
     m_isFolderGroup = isFolderGroup;
     m_built = false;
     m_view->beginProgress(true);
-    ProgressPane* progress = m_view->progressIndicator();
+    KVTessaryProgress* progress = m_view->progressIndicator();
     progress->setRange(0, paths.size());
     progress->setValue(0);
 
@@ -80,7 +80,7 @@ void BatchFlow::startBatch(const QStringList& paths, const GroupPtr& group, bool
             QMetaObject::invokeMethod(
                 this,
                 [this, done, total, name] {
-                    ProgressPane* pane = m_view->progressIndicator();
+                    KVTessaryProgress* pane = m_view->progressIndicator();
                     pane->setRange(0, total);
                     pane->setValue(done);
                     pane->setText(QStringLiteral("%1 / %2  %3").arg(done + 1).arg(total).arg(name));

@@ -5,7 +5,7 @@
 #include "app/models/DocumentListModel.h"
 #include "app/sheet/DocumentSheet.h"
 #include "app/util/FileDialog.h"
-#include "app/views/ProgressPane.h"
+#include "controls/KVTessaryProgress.h"
 #include "app/util/MessageBox.h"
 #include "app/util/Task.h"
 #include "app/window/MainView.h"

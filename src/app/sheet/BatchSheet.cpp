@@ -1,7 +1,7 @@
 #include "app/sheet/BatchSheet.h"
 
 #include "app/i18n/Localizer.h"
-#include "app/views/ColorTagChooser.h"
+#include "controls/ColorTagPicker.h"
 #include "app/views/TokenField.h"
 #include "text/KVLocalizationDictionary.h"
 
@@ -10,7 +10,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QSpinBox>
 #include <QVBoxLayout>
 
@@ -18,13 +18,13 @@ BatchSheet::BatchSheet(QWidget* window, const QString& title, const BatchIntake:
     const QStringList& skipped, const QStringList& allTags)
     : Sheet(window)
     , m_values(values)
-    , m_color(new ColorTagChooser(this))
+    , m_color(new ColorTagPicker(this))
     , m_comment(new QLineEdit(this))
     , m_tags(new TokenField(this))
     , m_lock(new QCheckBox(QStringLiteral("LOCK_DOCUMENTS_LABEL"), this))
     , m_number(new QSpinBox(this))
-    , m_ok(new QPushButton(QStringLiteral("OK"), this))
-    , m_cancel(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_ok(new KVButton(QStringLiteral("OK"), this))
+    , m_cancel(new KVButton(QStringLiteral("Cancel"), this))
 {
     setObjectName(QStringLiteral("addBatchDocumentsSheet"));
     setWindowTitle(title);
@@ -80,13 +80,12 @@ BatchSheet::BatchSheet(QWidget* window, const QString& title, const BatchIntake:
 
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
-    m_cancel->setAutoDefault(false);
     m_ok->setDefault(true);
     buttons->addWidget(m_cancel);
     buttons->addWidget(m_ok);
     layout->addLayout(buttons);
-    connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
+    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
     Localizer::setAccessibleKeys(m_comment, QStringLiteral("COMMENT_LABEL"));
     Localizer::setAccessibleKeys(m_tags, QStringLiteral("TAGS_LABEL"));
     Localizer::setAccessibleKeys(m_number, QStringLiteral("VOUCHER_START_LABEL"));

@@ -3,11 +3,11 @@
 #include "app/sheet/Sheet.h"
 #include "intake/BatchIntake.h"
 
-class ColorTagChooser;
+class ColorTagPicker;
 class QCheckBox;
 class QLabel;
 class QLineEdit;
-class QPushButton;
+class KVButton;
 class QSpinBox;
 class TokenField;
 
@@ -30,18 +30,18 @@ public:
     QLineEdit* commentField() const { return m_comment; }
     QSpinBox* voucherNumberField() const { return m_number; }
     TokenField* tagsField() const { return m_tags; }
-    ColorTagChooser* colorField() const { return m_color; }
+    ColorTagPicker* colorField() const { return m_color; }
     QCheckBox* lockField() const { return m_lock; }
-    QPushButton* okButton() const { return m_ok; }
-    QPushButton* cancelButton() const { return m_cancel; }
+    KVButton* okButton() const { return m_ok; }
+    KVButton* cancelButton() const { return m_cancel; }
 
 private:
     BatchIntake::SheetValues m_values;
-    ColorTagChooser* m_color;
+    ColorTagPicker* m_color;
     QLineEdit* m_comment;
     TokenField* m_tags;
     QCheckBox* m_lock;
     QSpinBox* m_number;
-    QPushButton* m_ok;
-    QPushButton* m_cancel;
+    KVButton* m_ok;
+    KVButton* m_cancel;
 };

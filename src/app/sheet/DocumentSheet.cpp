@@ -10,7 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QVBoxLayout>
 
 DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool isNewRecord)
@@ -19,8 +19,8 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     , m_isNewRecord(isNewRecord)
     , m_title(new QLineEdit(this))
     , m_voucher(new QLineEdit(this))
-    , m_ok(new QPushButton(QStringLiteral("OK"), this))
-    , m_cancel(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_ok(new KVButton(QStringLiteral("OK"), this))
+    , m_cancel(new KVButton(QStringLiteral("Cancel"), this))
 {
     setObjectName(QStringLiteral("addDocumentSheet"));
     setWindowTitle(isNewRecord ? QStringLiteral("DOCUMENT_SHEET_NEW") : QStringLiteral("DOCUMENT_SHEET_EDIT"));
@@ -68,13 +68,12 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     buttons->addStretch();
     m_cancel->setObjectName(QStringLiteral("documentCancelButton"));
     m_cancel->setVisible(isNewRecord);
-    m_cancel->setAutoDefault(false);
     m_ok->setDefault(true);
     buttons->addWidget(m_cancel);
     buttons->addWidget(m_ok);
     layout->addLayout(buttons);
-    connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
+    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
     Localizer::markAsData(m_title);
     Localizer::markAsData(m_voucher);
     Localizer::setAccessibleKeys(m_title, QStringLiteral("DOCUMENT_TITLE_LABEL"));

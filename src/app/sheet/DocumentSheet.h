@@ -6,7 +6,7 @@
 
 class QLabel;
 class QLineEdit;
-class QPushButton;
+class KVButton;
 class QuillarcDocument;
 using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
@@ -25,8 +25,8 @@ public:
     bool isNewRecord() const { return m_isNewRecord; }
     QLineEdit* titleField() const { return m_title; }
     QLineEdit* voucherField() const { return m_voucher; }
-    QPushButton* okButton() const { return m_ok; }
-    QPushButton* cancelButton() const { return m_cancel; }
+    KVButton* okButton() const { return m_ok; }
+    KVButton* cancelButton() const { return m_cancel; }
 
     QString title() const;
     QString slipNumber() const;
@@ -42,6 +42,6 @@ private:
     bool m_isNewRecord;
     QLineEdit* m_title;
     QLineEdit* m_voucher;
-    QPushButton* m_ok;
-    QPushButton* m_cancel;
+    KVButton* m_ok;
+    KVButton* m_cancel;
 };

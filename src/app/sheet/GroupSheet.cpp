@@ -1,7 +1,7 @@
 #include "app/sheet/GroupSheet.h"
 
 #include "app/i18n/Localizer.h"
-#include "app/views/ColorTagChooser.h"
+#include "controls/ColorTagPicker.h"
 #include "model/QuillarcGroup.h"
 
 #include <QCheckBox>
@@ -10,7 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QVBoxLayout>
 
 GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
@@ -19,13 +19,13 @@ GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
     , m_isNewGroup(isNewGroup)
     , m_title(new QLineEdit(this))
     , m_description(new QPlainTextEdit(this))
-    , m_color(new ColorTagChooser(this))
+    , m_color(new ColorTagPicker(this))
     , m_lock(new QCheckBox(QStringLiteral("LOCK_GROUP_LABEL"), this))
     , m_monitored(new QCheckBox(QStringLiteral("MONITOR_FOLDER_LABEL"), this))
     , m_folder(new QLabel(this))
-    , m_changeFolder(new QPushButton(QStringLiteral("CHANGE_FOLDER_BUTTON"), this))
-    , m_ok(new QPushButton(QStringLiteral("OK"), this))
-    , m_cancel(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_changeFolder(new KVButton(QStringLiteral("CHANGE_FOLDER_BUTTON"), this))
+    , m_ok(new KVButton(QStringLiteral("OK"), this))
+    , m_cancel(new KVButton(QStringLiteral("Cancel"), this))
 {
     setObjectName(QStringLiteral("addGroupSheet"));
     setWindowTitle(isNewGroup ? QStringLiteral("GROUP_SHEET_NEW") : QStringLiteral("GROUP_SHEET_EDIT"));
@@ -62,17 +62,16 @@ GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
     buttons->addStretch();
     m_cancel->setObjectName(QStringLiteral("groupCancelButton"));
     m_cancel->setVisible(isNewGroup);
-    m_cancel->setAutoDefault(false);
     m_ok->setDefault(true);
     buttons->addWidget(m_cancel);
     buttons->addWidget(m_ok);
     layout->addLayout(buttons);
 
     showMonitoring();
-    connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
+    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
     connect(m_monitored, &QCheckBox::clicked, this, &GroupSheet::monitoringToggled);
-    connect(m_changeFolder, &QPushButton::clicked, this, &GroupSheet::changeFolderRequested);
+    connect(m_changeFolder, &KVButton::clicked, this, &GroupSheet::changeFolderRequested);
     Localizer::markAsData(m_title);
     Localizer::setAccessibleKeys(m_title, QStringLiteral("GROUP_TITLE_LABEL"));
     Localizer::setAccessibleKeys(m_description, QStringLiteral("GROUP_DESCRIPTION_LABEL"));

@@ -4,12 +4,12 @@
 
 #include <memory>
 
-class ColorTagChooser;
+class ColorTagPicker;
 class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
-class QPushButton;
+class KVButton;
 class QuillarcGroup;
 using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
@@ -39,9 +39,9 @@ public:
     QPlainTextEdit* descriptionField() const { return m_description; }
     QCheckBox* lockField() const { return m_lock; }
     QCheckBox* monitoredField() const { return m_monitored; }
-    QPushButton* changeFolderButton() const { return m_changeFolder; }
-    QPushButton* okButton() const { return m_ok; }
-    QPushButton* cancelButton() const { return m_cancel; }
+    KVButton* changeFolderButton() const { return m_changeFolder; }
+    KVButton* okButton() const { return m_ok; }
+    KVButton* cancelButton() const { return m_cancel; }
 
 Q_SIGNALS:
     void monitoringToggled(bool monitored);
@@ -55,11 +55,11 @@ private:
     bool m_isNewGroup;
     QLineEdit* m_title;
     QPlainTextEdit* m_description;
-    ColorTagChooser* m_color;
+    ColorTagPicker* m_color;
     QCheckBox* m_lock;
     QCheckBox* m_monitored;
     QLabel* m_folder;
-    QPushButton* m_changeFolder;
-    QPushButton* m_ok;
-    QPushButton* m_cancel;
+    KVButton* m_changeFolder;
+    KVButton* m_ok;
+    KVButton* m_cancel;
 };

@@ -2,6 +2,7 @@
 
 #include "app/models/DocumentListModel.h"
 #include "app/views/ListGlyphs.h"
+#include "controls/ColorTagDot.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -66,15 +67,12 @@ void DocumentItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
         ListGlyphs::paintTokens(painter, rect, index.data(DocumentListModel::TagsRole).toStringList(), option.palette, selected);
         break;
     case DocumentListModel::ColorTagColumn:
-        ListGlyphs::paintDot(painter, QRectF(rect.center().x() - 5, rect.center().y() - 5, 10, 10),
+        ColorTagDot::paintDot(painter, QRectF(rect.center().x() - 5, rect.center().y() - 5, 10, 10),
             index.data(DocumentListModel::ColorTagRole).toInt(), option.palette);
         break;
     case DocumentListModel::LockColumn:
-        if (index.data(DocumentListModel::LockedRole).toBool()) {
-            QColor color = textColor;
-            color.setAlphaF(0.7);
-            ListGlyphs::paintLock(painter, QRectF(rect.center().x() - 7, rect.center().y() - 7, 14, 14), color);
-        }
+        if (index.data(DocumentListModel::LockedRole).toBool())
+            ListGlyphs::paintIcon(painter, QRectF(rect.center().x() - 7, rect.center().y() - 7, 14, 14), QStringLiteral("lock"), selected);
         break;
     }
     painter->restore();

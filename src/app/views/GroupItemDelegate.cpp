@@ -2,6 +2,8 @@
 
 #include "app/models/GroupListModel.h"
 #include "app/views/ListGlyphs.h"
+#include "controls/BadgeField.h"
+#include "controls/ColorTagDot.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -35,22 +37,23 @@ void GroupItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     QRectF rect = QRectF(option.rect).adjusted(margin, 0, -margin, 0);
 
     painter->save();
-    ListGlyphs::paintDot(painter, QRectF(rect.left(), rect.center().y() - dotSide / 2.0, dotSide, dotSide),
+    const QPalette row = ListGlyphs::rowPalette(option.palette, selected);
+    ColorTagDot::paintDot(painter, QRectF(rect.left(), rect.center().y() - dotSide / 2.0, dotSide, dotSide),
         index.data(GroupListModel::ColorTagRole).toInt(), option.palette);
     rect.setLeft(rect.left() + dotSide + 6);
 
     const QString count = QLocale().toString(index.data(GroupListModel::DocumentCountRole).toLongLong());
     painter->setFont(option.font);
-    ListGlyphs::paintBadge(painter, rect, count, option.palette, selected);
-    rect.setRight(rect.right() - ListGlyphs::badgeWidth(count, option.font) - 6);
-    QColor markColor = textColor;
-    markColor.setAlphaF(0.7);
+    BadgeField::paintBadge(painter, rect.toAlignedRect(), count, row);
+    rect.setRight(rect.right() - BadgeField::badgeSize(count, option.font).width() - 6);
     if (index.data(GroupListModel::LockedRole).toBool()) {
-        ListGlyphs::paintLock(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide), markColor);
+        ListGlyphs::paintIcon(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
+            QStringLiteral("lock"), selected);
         rect.setRight(rect.right() - markSide - 4);
     }
     if (index.data(GroupListModel::MonitoredRole).toBool()) {
-        ListGlyphs::paintFolder(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide), markColor);
+        ListGlyphs::paintIcon(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
+            QStringLiteral("folder"), selected);
         rect.setRight(rect.right() - markSide - 4);
     }
     painter->setPen(textColor);

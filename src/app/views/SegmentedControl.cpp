@@ -53,6 +53,14 @@ void SegmentedControl::setLabelKey(int tag, const QString& key)
         Localizer::setKey(button, key);
 }
 
+void SegmentedControl::setIcon(int tag, const QIcon& icon)
+{
+    if (QToolButton* button = segment(tag)) {
+        button->setIcon(icon);
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    }
+}
+
 void SegmentedControl::setMenu(int tag, QMenu* menu)
 {
     if (QToolButton* button = segment(tag)) {

@@ -21,6 +21,7 @@ public:
     bool isSegmentEnabled(int tag) const;
     /// Gives a segment another key ("" shows no label).
     void setLabelKey(int tag, const QString& key);
+    void setIcon(int tag, const QIcon& icon);
     /// A menu that drops down from the segment.
     void setMenu(int tag, QMenu* menu);
 

@@ -20,7 +20,7 @@
 #include "app/views/GroupItemDelegate.h"
 #include "app/views/GroupsListView.h"
 #include "app/views/MainSplitView.h"
-#include "app/views/ProgressPane.h"
+#include "controls/KVTessaryProgress.h"
 #include "app/views/SegmentedControl.h"
 #include "app/views/ThumbnailCache.h"
 #include "app/window/MainViewCommands.h"
@@ -93,6 +93,7 @@ void MainView::buildLayout()
     m_infoArea = parts.infoArea;
     m_startArea = parts.startArea;
     m_progress = parts.progress;
+    m_progressView = parts.progressView;
 
     QMenu* menu = m_toolbar->newMenu();
     menu->addAction(QStringLiteral("NEW_GROUP_MENU"), this, &MainView::addGroup);
@@ -134,7 +135,7 @@ void MainView::wire()
     connect(m_toolbar->sortButton(), &QToolButton::clicked, this, &MainView::showSortOrderPopover);
     connect(m_toolbar->searchButton(), &QToolButton::clicked, this, &MainView::showSearchPopover);
     connect(m_toolbar->infoButton(), &QToolButton::clicked, this, &MainView::showInfoPopover);
-    connect(m_progress, &ProgressPane::cancelRequested, m_batch, &BatchFlow::cancelBuilding);
+    connect(m_progress, &KVTessaryProgress::cancelRequested, m_batch, &BatchFlow::cancelBuilding);
     connect(m_startArea, &MainViewStartArea::letsDoIt, this, &MainView::letsDoIt);
     connect(m_containerTitle, &QLineEdit::editingFinished, this, [this] {
         const ContainerPtr container = m_document->container();
@@ -301,13 +302,13 @@ bool MainView::validateUserInterfaceItem(const QString& action, bool windowIsKey
     state.hasGroup = hasSelectedGroup();
     state.hasDocument = hasSelectedDocument();
     state.groupCount = m_groups->rowCount();
-    state.busy = m_busyStack->currentWidget() == m_progress;
+    state.busy = m_busyStack->currentWidget() == m_progressView;
     return MainViewCommands::validateUserInterfaceItem(action, state);
 }
 
 bool MainView::isBusy() const
 {
-    return m_busyStack->currentWidget() == m_progress || m_intake->isBusy() || m_batch->isBusy()
+    return m_busyStack->currentWidget() == m_progressView || m_intake->isBusy() || m_batch->isBusy()
         || m_groupFlow->isBusy() || m_folders->isImporting();
 }
 
@@ -317,7 +318,7 @@ void MainView::beginProgress(bool cancellable)
     m_progress->setValue(0);
     m_progress->setText(QString());
     m_progress->setCancelVisible(cancellable);
-    m_busyStack->setCurrentWidget(m_progress);
+    m_busyStack->setCurrentWidget(m_progressView);
     Q_EMIT selectionChanged();
 }
 

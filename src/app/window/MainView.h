@@ -24,7 +24,7 @@ class MainViewSelection;
 class MainViewStartArea;
 class MainViewToolbar;
 class PreviewWindow;
-class ProgressPane;
+class KVTessaryProgress;
 class QLineEdit;
 class QPlainTextEdit;
 class QStackedWidget;
@@ -79,7 +79,7 @@ public:
     /// Replaces the lists by the progress view (with Cancel for a batch).
     void beginProgress(bool cancellable);
     void endProgress();
-    ProgressPane* progressIndicator() const { return m_progress; }
+    KVTessaryProgress* progressIndicator() const { return m_progress; }
     /// Saves through the archive's background save; a never-saved archive
     /// asks the window for its first save (saveRequested()).
     void saveDocument();
@@ -202,7 +202,8 @@ private:
     QPlainTextEdit* m_containerDescription = nullptr;
     MainViewInfoArea* m_infoArea = nullptr;
     MainViewStartArea* m_startArea = nullptr;
-    ProgressPane* m_progress = nullptr;
+    KVTessaryProgress* m_progress = nullptr;
+    QWidget* m_progressView = nullptr;
     MainViewSelection* m_selection = nullptr;
     PreviewWindow* m_preview = nullptr;
     IntakeFlow* m_intake = nullptr;

@@ -2,7 +2,7 @@
 
 #include "app/i18n/Localizer.h"
 #include "app/models/DateFormatters.h"
-#include "app/views/ColorTagChooser.h"
+#include "controls/ColorTagPicker.h"
 #include "app/views/TokenField.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
@@ -28,7 +28,7 @@ MainViewInfoArea::MainViewInfoArea(Document* archive, QWidget* parent)
     , m_tags(new TokenField(this))
     , m_comment(new QLineEdit(this))
     , m_note(new QPlainTextEdit(this))
-    , m_color(new ColorTagChooser(this))
+    , m_color(new ColorTagPicker(this))
     , m_lock(new QCheckBox(QStringLiteral("LOCK_DOCUMENT_LABEL"), this))
     , m_facts(new QLabel(this))
     , m_empty(new QLabel(QStringLiteral("NO_DOCUMENT_SELECTED"), this))
@@ -82,7 +82,7 @@ MainViewInfoArea::MainViewInfoArea(Document* archive, QWidget* parent)
     connect(m_comment, &QLineEdit::editingFinished, this,
         [this] { setValue(QStringLiteral("comment"), m_comment->text()); });
     connect(m_tags, &TokenField::tagsEdited, this, [this](const QStringList& tags) { setValue(QStringLiteral("tags"), tags); });
-    connect(m_color, &ColorTagChooser::tagChosen, this,
+    connect(m_color, &ColorTagPicker::currentTagChanged, this,
         [this](int tag) { setValue(QStringLiteral("documentColorTag"), tag); });
     connect(m_lock, &QCheckBox::clicked, this, [this](bool locked) { setValue(QStringLiteral("isLocked"), locked); });
     m_note->installEventFilter(this);

@@ -3,7 +3,7 @@
 #include <QWidget>
 #include <memory>
 
-class ColorTagChooser;
+class ColorTagPicker;
 class Document;
 class QCheckBox;
 class QLabel;
@@ -37,7 +37,7 @@ public:
     QLineEdit* commentField() const { return m_comment; }
     /// The note: Return adds a line instead of ending the edit.
     QPlainTextEdit* notesTextField() const { return m_note; }
-    ColorTagChooser* colorField() const { return m_color; }
+    ColorTagPicker* colorField() const { return m_color; }
     QCheckBox* lockField() const { return m_lock; }
 
 protected:
@@ -56,7 +56,7 @@ private:
     TokenField* m_tags;
     QLineEdit* m_comment;
     QPlainTextEdit* m_note;
-    ColorTagChooser* m_color;
+    ColorTagPicker* m_color;
     QCheckBox* m_lock;
     QLabel* m_facts;
     QLabel* m_empty;

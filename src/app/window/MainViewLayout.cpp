@@ -8,9 +8,10 @@
 #include "app/views/GroupItemDelegate.h"
 #include "app/views/GroupsListView.h"
 #include "app/views/MainSplitView.h"
-#include "app/views/ProgressPane.h"
+#include "controls/KVTessaryProgress.h"
 #include "app/window/MainViewInfoArea.h"
 #include "app/window/MainViewStartArea.h"
+#include "controls/KVSeparator.h"
 
 #include <QHeaderView>
 #include <QLineEdit>
@@ -40,9 +41,17 @@ MainViewLayout::MainViewLayout(QWidget* host, Document* document, GroupListModel
     splitView->setSizes({ 260, 740 });
     busyStack->addWidget(splitView);
 
-    progress = new ProgressPane(busyStack);
+    // The progress view, centred where the lists were.
+    auto* progressPage = new QWidget(busyStack);
+    auto* progressLayout = new QVBoxLayout(progressPage);
+    progressLayout->addStretch(2);
+    progress = new KVTessaryProgress(progressPage);
     progress->setObjectName(QStringLiteral("progressIndicator"));
-    busyStack->addWidget(progress);
+    progress->setMinimumWidth(360);
+    progressLayout->addWidget(progress, 0, Qt::AlignHCenter);
+    progressLayout->addStretch(3);
+    busyStack->addWidget(progressPage);
+    progressView = progressPage;
 }
 
 QWidget* MainViewLayout::buildGroupsPane(GroupListModel* groups)
@@ -75,6 +84,7 @@ QWidget* MainViewLayout::buildGroupsPane(GroupListModel* groups)
     headerLayout->addWidget(containerTitle);
     headerLayout->addWidget(containerDescription);
     layout->addWidget(header);
+    layout->addWidget(new KVSeparator(Qt::Horizontal, pane));
     groupsView = new GroupsListView(pane);
     groupsView->setObjectName(QStringLiteral("groupsTableView"));
     groupsView->setModel(groups);
@@ -104,6 +114,7 @@ QWidget* MainViewLayout::buildDocumentsPage(Document* document, DocumentListMode
         header->resizeSection(column, columnWidths[column]);
     Localizer::setAccessibleKeys(documentsView, QStringLiteral("DOCUMENTS_LIST"));
     layout->addWidget(documentsView, 1);
+    layout->addWidget(new KVSeparator(Qt::Horizontal, page));
     infoArea = new MainViewInfoArea(document, page);
     infoArea->setFixedHeight(168);
     layout->addWidget(infoArea);

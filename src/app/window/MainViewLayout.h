@@ -7,7 +7,7 @@ class GroupsListView;
 class MainSplitView;
 class MainViewInfoArea;
 class MainViewStartArea;
-class ProgressPane;
+class KVTessaryProgress;
 class QLineEdit;
 class QPlainTextEdit;
 class QStackedWidget;
@@ -33,7 +33,8 @@ struct MainViewLayout
     QPlainTextEdit* containerDescription;
     MainViewInfoArea* infoArea;
     MainViewStartArea* startArea;
-    ProgressPane* progress;
+    KVTessaryProgress* progress;
+    QWidget* progressView; ///< the page holding the progress view
 
 private:
     QWidget* buildGroupsPane(GroupListModel* groups);

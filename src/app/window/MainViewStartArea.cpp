@@ -1,12 +1,12 @@
 #include "app/window/MainViewStartArea.h"
 
 #include <QLabel>
-#include <QPushButton>
+#include "controls/KVButton.h"
 #include <QVBoxLayout>
 
 MainViewStartArea::MainViewStartArea(QWidget* parent)
     : QWidget(parent)
-    , m_button(new QPushButton(QStringLiteral("LETS_DO_IT_BUTTON"), this))
+    , m_button(new KVButton(QStringLiteral("LETS_DO_IT_BUTTON"), this))
 {
     setObjectName(QStringLiteral("startContainerView"));
     auto* layout = new QVBoxLayout(this);
@@ -30,5 +30,5 @@ MainViewStartArea::MainViewStartArea(QWidget* parent)
     m_button->setMinimumWidth(180);
     layout->addWidget(m_button, 0, Qt::AlignHCenter);
     layout->addStretch(3);
-    connect(m_button, &QPushButton::clicked, this, &MainViewStartArea::letsDoIt);
+    connect(m_button, &KVButton::clicked, this, &MainViewStartArea::letsDoIt);
 }

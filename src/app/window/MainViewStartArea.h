@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-class QPushButton;
+class KVButton;
 
 /// What a new archive shows before it is set up: a few words on naming the
 /// archive (the title field beside the groups list has the focus) and the
@@ -14,11 +14,11 @@ class MainViewStartArea : public QWidget
 public:
     explicit MainViewStartArea(QWidget* parent = nullptr);
 
-    QPushButton* letsDoItButton() const { return m_button; }
+    KVButton* letsDoItButton() const { return m_button; }
 
 Q_SIGNALS:
     void letsDoIt();
 
 private:
-    QPushButton* m_button;
+    KVButton* m_button;
 };

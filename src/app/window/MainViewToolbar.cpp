@@ -1,6 +1,7 @@
 #include "app/window/MainViewToolbar.h"
 
 #include "app/i18n/Localizer.h"
+#include "app/style/Icons.h"
 #include "app/views/SegmentedControl.h"
 
 #include <QHBoxLayout>
@@ -22,6 +23,8 @@ MainViewToolbar::MainViewToolbar(QWidget* parent)
     setObjectName(QStringLiteral("toolbarView"));
     m_actionSegment->setObjectName(QStringLiteral("toolbarActionSegment"));
     m_actionSegment->setMenu(0, m_newMenu);
+    m_actionSegment->setIcon(0, Icons::icon(QStringLiteral("add")));
+    m_actionSegment->setIcon(1, Icons::icon(QStringLiteral("scanner")));
 
     m_buttonView->setObjectName(QStringLiteral("toolbarButtonView"));
     auto* buttons = new QHBoxLayout(m_buttonView);
@@ -30,10 +33,14 @@ MainViewToolbar::MainViewToolbar(QWidget* parent)
     m_secondarySegment = new SegmentedControl(
         { QStringLiteral("overviewControlLabel"), QStringLiteral("FILE_COPY_BUTTON") }, m_buttonView);
     m_secondarySegment->setObjectName(QStringLiteral("toolbarSecondaryActionSegment"));
+    m_secondarySegment->setIcon(0, Icons::icon(QStringLiteral("preview")));
+    m_secondarySegment->setIcon(1, Icons::icon(QStringLiteral("export")));
     buttons->addWidget(m_secondarySegment);
     m_sortButton = new QToolButton(m_buttonView);
     m_sortButton->setObjectName(QStringLiteral("sortButton"));
     m_sortButton->setText(QStringLiteral("SORT_BUTTON"));
+    m_sortButton->setIcon(Icons::icon(QStringLiteral("sort")));
+    m_sortButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     buttons->addWidget(m_sortButton);
 
     m_searchContainer->setObjectName(QStringLiteral("searchContainerView"));
@@ -46,6 +53,10 @@ MainViewToolbar::MainViewToolbar(QWidget* parent)
     m_infoButton = new QToolButton(m_searchContainer);
     m_infoButton->setObjectName(QStringLiteral("infoButton"));
     m_infoButton->setText(QStringLiteral("INFO_BUTTON"));
+    m_searchButton->setIcon(Icons::icon(QStringLiteral("search")));
+    m_searchButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_infoButton->setIcon(Icons::icon(QStringLiteral("info")));
+    m_infoButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     search->addWidget(m_searchButton);
     search->addWidget(m_infoButton);
 
