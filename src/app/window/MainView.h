@@ -3,6 +3,7 @@
 #include "model/Value.h"
 #include "output/DocumentOrdering.h"
 
+#include <QPointer>
 #include <QWidget>
 
 #include <memory>
@@ -22,8 +23,8 @@ class MainSplitView;
 class MainViewInfoArea;
 class MainViewSelection;
 class MainViewStartArea;
-class MainViewToolbar;
-class PreviewWindow;
+#include "app/window/MainViewToolbar.h"
+#include "app/preview/PreviewWindow.h"
 class KVTessaryProgress;
 class QLineEdit;
 class QPlainTextEdit;
@@ -192,7 +193,7 @@ private:
     GroupListModel* m_groups;
     DocumentListModel* m_documents;
     ThumbnailCache* m_thumbnails;
-    MainViewToolbar* m_toolbar;
+    QPointer<MainViewToolbar> m_toolbar; ///< owned here until the window takes it
     QStackedWidget* m_busyStack = nullptr;
     QStackedWidget* m_documentsStack = nullptr;
     MainSplitView* m_splitView = nullptr;
@@ -205,7 +206,7 @@ private:
     KVTessaryProgress* m_progress = nullptr;
     QWidget* m_progressView = nullptr;
     MainViewSelection* m_selection = nullptr;
-    PreviewWindow* m_preview = nullptr;
+    QPointer<PreviewWindow> m_preview;
     IntakeFlow* m_intake = nullptr;
     BatchFlow* m_batch = nullptr;
     GroupFlow* m_groupFlow = nullptr;

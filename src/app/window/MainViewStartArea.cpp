@@ -20,10 +20,12 @@ MainViewStartArea::MainViewStartArea(QWidget* parent)
     heading->setAlignment(Qt::AlignCenter);
     heading->setWordWrap(true);
     layout->addWidget(heading);
-    auto* text = new QLabel(QStringLiteral("START_AREA_TEXT"), this);
+    m_text = new QLabel(QStringLiteral("START_AREA_TEXT"), this);
+    QLabel* text = m_text;
     text->setAlignment(Qt::AlignCenter);
     text->setWordWrap(true);
-    text->setMaximumWidth(460);
+    // A fixed width lets the wrapped text take the height it needs.
+    text->setFixedWidth(460);
     layout->addWidget(text, 0, Qt::AlignHCenter);
     layout->addSpacing(12);
     m_button->setDefault(true);
@@ -31,4 +33,11 @@ MainViewStartArea::MainViewStartArea(QWidget* parent)
     layout->addWidget(m_button, 0, Qt::AlignHCenter);
     layout->addStretch(3);
     connect(m_button, &KVButton::clicked, this, &MainViewStartArea::letsDoIt);
+}
+
+void MainViewStartArea::showEvent(QShowEvent* event)
+{
+    // The text is in the user's language only now; it takes the lines it needs.
+    m_text->setMinimumHeight(m_text->heightForWidth(m_text->width()));
+    QWidget::showEvent(event);
 }

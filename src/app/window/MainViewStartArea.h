@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class KVButton;
+class QLabel;
 
 /// What a new archive shows before it is set up: a few words on naming the
 /// archive (the title field beside the groups list has the focus) and the
@@ -19,6 +20,10 @@ public:
 Q_SIGNALS:
     void letsDoIt();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
+    QLabel* m_text;
     KVButton* m_button;
 };
