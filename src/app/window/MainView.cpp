@@ -137,11 +137,7 @@ void MainView::wire()
     connect(m_toolbar->infoButton(), &QToolButton::clicked, this, &MainView::showInfoPopover);
     connect(m_progress, &KVTessaryProgress::cancelRequested, m_batch, &BatchFlow::cancelBuilding);
     connect(m_startArea, &MainViewStartArea::letsDoIt, this, &MainView::letsDoIt);
-    connect(m_containerTitle, &QLineEdit::editingFinished, this, [this] {
-        const ContainerPtr container = m_document->container();
-        if (container && container->containerTitle() != m_containerTitle->text())
-            container->setValue(QStringLiteral("containerTitle"), Value::string(m_containerTitle->text()));
-    });
+    connect(m_containerTitle, &QLineEdit::editingFinished, this, &MainView::commitContainerTitle);
     connect(m_containerDescription, &QPlainTextEdit::textChanged, this, [this] {
         const ContainerPtr container = m_document->container();
         const QString text = m_containerDescription->toPlainText();
@@ -265,11 +261,20 @@ void MainView::updateDocumentsCount()
             { GroupListModel::DocumentCountRole, Qt::AccessibleTextRole });
 }
 
+void MainView::commitContainerTitle()
+{
+    const ContainerPtr container = m_document->container();
+    if (container && container->containerTitle() != m_containerTitle->text())
+        container->setValue(QStringLiteral("containerTitle"), Value::string(m_containerTitle->text()));
+}
+
 void MainView::letsDoIt()
 {
     const PreferencesPtr preferences = m_document->preferences();
     if (!preferences)
         return;
+    // The title typed last is the save dialog's proposed name.
+    commitContainerTitle();
     preferences->setValue(QStringLiteral("isSetupDone"), Value::boolean(true));
     m_documentsStack->setCurrentIndex(0);
     Delay::after(Delay::stepMs, this, [this] { saveDocument(); });

@@ -184,6 +184,7 @@ private:
     void wire();
     void onObjectChanged(QuillarcDatabaseObject* object);
     void showContainerValues();
+    void commitContainerTitle();
     void onGroupSelectionChanged();
     void onDocumentSelectionChanged();
     void setPreviewControl(bool controlling);

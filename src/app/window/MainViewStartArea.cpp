@@ -28,7 +28,7 @@ MainViewStartArea::MainViewStartArea(QWidget* parent)
     text->setFixedWidth(460);
     layout->addWidget(text, 0, Qt::AlignHCenter);
     layout->addSpacing(12);
-    m_button->setDefault(true);
+    // Not the default button: Return in the title field only ends its edit.
     m_button->setMinimumWidth(180);
     layout->addWidget(m_button, 0, Qt::AlignHCenter);
     layout->addStretch(3);
