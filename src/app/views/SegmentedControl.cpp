@@ -49,8 +49,11 @@ bool SegmentedControl::isSegmentEnabled(int tag) const
 
 void SegmentedControl::setLabelKey(int tag, const QString& key)
 {
-    if (QToolButton* button = segment(tag))
+    if (QToolButton* button = segment(tag)) {
         Localizer::setKey(button, key);
+        if (key.isEmpty())
+            button->setText(QString());
+    }
 }
 
 void SegmentedControl::setIcon(int tag, const QIcon& icon)
