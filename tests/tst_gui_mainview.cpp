@@ -49,7 +49,7 @@ private:
     static QStringList askedAlerts()
     {
         QStringList asked;
-        QTest::qWaitFor([&] {
+        [[maybe_unused]] const bool arrived = QTest::qWaitFor([&] {
             asked += MessageBox::takeAskedAlerts();
             return !asked.isEmpty();
         });

@@ -1,6 +1,8 @@
 #include "app/preview/PreviewWindow.h"
 
 #include "app/i18n/Localizer.h"
+#include "app/models/DocumentListModel.h"
+#include "app/views/DocumentsTableView.h"
 #include "app/preview/PdfPageView.h"
 #include "app/util/Task.h"
 #include "intake/ImageLoader.h"
@@ -99,6 +101,16 @@ PreviewWindow::PreviewWindow(QWidget* parent)
 }
 
 PreviewWindow::~PreviewWindow() = default;
+
+void PreviewWindow::attachTo(DocumentsTableView* list, DocumentListModel* documents)
+{
+    m_target = list;
+    m_documents = documents;
+    connect(list->selectionModel(), &QItemSelectionModel::currentRowChanged, this, [this](const QModelIndex& current) {
+        if (isVisible() && m_documents)
+            showDocument(m_documents->documentAt(current.row()));
+    });
+}
 
 QString PreviewWindow::messageText() const
 {

@@ -4,6 +4,8 @@
 #include <QWidget>
 #include <memory>
 
+class DocumentListModel;
+class DocumentsTableView;
 class PdfPageView;
 class QLabel;
 class QPlainTextEdit;
@@ -34,8 +36,9 @@ public:
     /// Shows @p document (nothing for nullptr).
     void showDocument(const DocumentPtr& document);
     DocumentPtr document() const { return m_document; }
-    /// The list whose selection the arrow keys move.
-    void setNavigationTarget(QWidget* target) { m_target = target; }
+    /// The list whose selection the arrow keys move and the preview follows
+    /// while it is open.
+    void attachTo(DocumentsTableView* list, DocumentListModel* documents);
 
     Shown shown() const { return m_shown; }
     PdfPageView* pdfView() const { return m_pdf; }
@@ -62,7 +65,8 @@ private:
     void setReady();
 
     DocumentPtr m_document;
-    QPointer<QWidget> m_target;
+    QPointer<DocumentsTableView> m_target;
+    QPointer<DocumentListModel> m_documents;
     QStackedWidget* m_stack;
     PdfPageView* m_pdf;
     QScrollArea* m_imageArea;

@@ -24,6 +24,7 @@
 #include "app/views/SegmentedControl.h"
 #include "app/views/ThumbnailCache.h"
 #include "app/window/MainViewCommands.h"
+#include "app/window/MainViewArchiveHeader.h"
 #include "app/window/MainViewInfoArea.h"
 #include "app/window/MainViewLayout.h"
 #include "app/window/MainViewSelection.h"
@@ -68,7 +69,6 @@ MainView::MainView(Document* document, QWidget* parent)
     m_fileCopy = new FileCopyFlow(this);
     m_selection = new MainViewSelection(m_document, m_groupsView, m_groups, m_documentsView, m_documents, this);
     wire();
-    showContainerValues();
     Localizer::localize(this);
     Localizer::localize(m_toolbar);
     focusTitleForFirstStart();
@@ -88,6 +88,7 @@ void MainView::buildLayout()
     m_splitView = parts.splitView;
     m_groupsView = parts.groupsView;
     m_documentsView = parts.documentsView;
+    m_header = parts.header;
     m_containerTitle = parts.containerTitle;
     m_containerDescription = parts.containerDescription;
     m_infoArea = parts.infoArea;
@@ -114,17 +115,7 @@ void MainView::wire()
         window()->activateWindow();
         createFolderGroupFromFolderPath(folder);
     });
-    connect(m_groups, &GroupListModel::groupsMoved, this, [this](const QList<qsizetype>& rows) {
-        if (!rows.isEmpty())
-            m_selection->selectGroupRow(int(rows.first()));
-    });
-    connect(m_groups, &GroupListModel::documentMovedToGroup, this,
-        [this](const GroupPtr& target, const DocumentPtr& moved) {
-            m_selection->selectGroup(target);
-            m_selection->selectDocument(moved);
-            m_groupsView->setFocus(Qt::OtherFocusReason);
-            updateDocumentsCount();
-        });
+    connect(m_groups, &GroupListModel::documentMovedToGroup, this, &MainView::updateDocumentsCount);
     connect(m_selection, &MainViewSelection::groupSelectionChanged, this, &MainView::onGroupSelectionChanged);
     connect(m_selection, &MainViewSelection::documentSelectionChanged, this, &MainView::onDocumentSelectionChanged);
     connect(m_selection, &MainViewSelection::selectionChanged, this, &MainView::selectionChanged);
@@ -137,13 +128,6 @@ void MainView::wire()
     connect(m_toolbar->infoButton(), &QToolButton::clicked, this, &MainView::showInfoPopover);
     connect(m_progress, &KVTessaryProgress::cancelRequested, m_batch, &BatchFlow::cancelBuilding);
     connect(m_startArea, &MainViewStartArea::letsDoIt, this, &MainView::letsDoIt);
-    connect(m_containerTitle, &QLineEdit::editingFinished, this, &MainView::commitContainerTitle);
-    connect(m_containerDescription, &QPlainTextEdit::textChanged, this, [this] {
-        const ContainerPtr container = m_document->container();
-        const QString text = m_containerDescription->toPlainText();
-        if (m_containerDescription->hasFocus() && container && container->containerDescription() != text)
-            container->setValue(QStringLiteral("containerDescription"), Value::string(text));
-    });
     connect(m_document, &Document::objectChanged, this, &MainView::onObjectChanged);
     // The stored selection comes back when the screen opens.
     m_selection->setSelectionIndex();
@@ -165,66 +149,13 @@ void MainView::focusTitleForFirstStart()
     });
 }
 
-void MainView::showContainerValues()
-{
-    const ContainerPtr container = m_document->container();
-    if (!container)
-        return;
-    if (!m_containerTitle->hasFocus())
-        m_containerTitle->setText(container->containerTitle());
-    if (!m_containerDescription->hasFocus() && m_containerDescription->toPlainText() != container->containerDescription())
-        m_containerDescription->setPlainText(container->containerDescription());
-}
-
 void MainView::onObjectChanged(QuillarcDatabaseObject* object)
 {
-    if (object == m_document->container().get()) {
-        showContainerValues();
-    } else if (object == m_document->preferences().get()) {
+    if (object == m_document->preferences().get()) {
         // The sort popover writes the order into the preferences.
         if (DocumentOrdering::applySortDescriptor(*m_document->preferences()) != m_sortDescriptor)
             applySortDescriptor();
     }
-}
-
-QWidget* MainView::toolbarView() const
-{
-    return m_toolbar;
-}
-
-SegmentedControl* MainView::toolbarActionSegment() const
-{
-    return m_toolbar->actionSegment();
-}
-
-SegmentedControl* MainView::toolbarSecondaryActionSegment() const
-{
-    return m_toolbar->secondaryActionSegment();
-}
-
-QWidget* MainView::toolbarButtonView() const
-{
-    return m_toolbar->toolbarButtonView();
-}
-
-QWidget* MainView::searchButton() const
-{
-    return m_toolbar->searchButton();
-}
-
-QWidget* MainView::sortButton() const
-{
-    return m_toolbar->sortButton();
-}
-
-QWidget* MainView::infoButton() const
-{
-    return m_toolbar->infoButton();
-}
-
-QPlainTextEdit* MainView::notesTextField() const
-{
-    return m_infoArea->notesTextField();
 }
 
 void MainView::viewActions()
@@ -261,20 +192,13 @@ void MainView::updateDocumentsCount()
             { GroupListModel::DocumentCountRole, Qt::AccessibleTextRole });
 }
 
-void MainView::commitContainerTitle()
-{
-    const ContainerPtr container = m_document->container();
-    if (container && container->containerTitle() != m_containerTitle->text())
-        container->setValue(QStringLiteral("containerTitle"), Value::string(m_containerTitle->text()));
-}
-
 void MainView::letsDoIt()
 {
     const PreferencesPtr preferences = m_document->preferences();
     if (!preferences)
         return;
     // The title typed last is the save dialog's proposed name.
-    commitContainerTitle();
+    m_header->commitTitle();
     preferences->setValue(QStringLiteral("isSetupDone"), Value::boolean(true));
     m_documentsStack->setCurrentIndex(0);
     Delay::after(Delay::stepMs, this, [this] { saveDocument(); });
@@ -404,8 +328,6 @@ void MainView::onDocumentSelectionChanged()
     const DocumentPtr document = currentDocument();
     m_infoArea->setDocument(document);
     toolbarSecondaryActionSegment()->setSegmentEnabled(1, document != nullptr);
-    if (m_preview && m_preview->isVisible())
-        m_preview->showDocument(document);
 }
 
 void MainView::setPreviewControl(bool controlling)
@@ -494,7 +416,7 @@ void MainView::generateQuickLook()
     }
     if (!m_preview) {
         m_preview = new PreviewWindow(window());
-        m_preview->setNavigationTarget(m_documentsView);
+        m_preview->attachTo(m_documentsView, m_documents);
         connect(m_preview, &PreviewWindow::visibilityChanged, this, &MainView::setPreviewControl);
     }
     m_preview->showDocument(currentDocument());
@@ -520,16 +442,15 @@ void MainView::showScannerSheet() {}
 
 void MainView::selectSearchResultForQuillarcDocument(const std::shared_ptr<QuillarcDocument>& document)
 {
-    if (!document)
-        return;
-    const int row = m_groups->rowOfID(document->parentID());
-    if (row < 0)
-        return;
-    m_selection->selectGroupRow(row);
-    m_selection->selectDocument(document);
+    m_selection->selectSearchResult(document);
 }
 
 void MainView::addScanDocumentWithURL(const QString& filePath)
 {
     m_intake->addScanDocumentWithURL(filePath);
+}
+
+QPlainTextEdit* MainView::notesTextField() const
+{
+    return m_infoArea->notesTextField();
 }

@@ -4,6 +4,7 @@
 #include "output/DocumentOrdering.h"
 
 #include <QPointer>
+#include <QToolButton>
 #include <QWidget>
 
 #include <memory>
@@ -20,6 +21,7 @@ class GroupListModel;
 class GroupsListView;
 class IntakeFlow;
 class MainSplitView;
+class MainViewArchiveHeader;
 class MainViewInfoArea;
 class MainViewSelection;
 class MainViewStartArea;
@@ -55,7 +57,7 @@ public:
 
     Document* document() const { return m_document; }
     /// The strip placed into the archive window's title area while this screen shows.
-    QWidget* toolbarView() const;
+    QWidget* toolbarView() const { return m_toolbar; }
 
     /// Once the screen is in place: toolbar segments, the toolbar buttons'
     /// alignment, the sort order, and the start-up folder import 0.72 s later.
@@ -119,12 +121,12 @@ public:
     DocumentsTableView* documentsTableView() const { return m_documentsView; }
     MainSplitView* mainSplitView() const { return m_splitView; }
     MainViewToolbar* toolbar() const { return m_toolbar; }
-    SegmentedControl* toolbarActionSegment() const;
-    SegmentedControl* toolbarSecondaryActionSegment() const;
-    QWidget* toolbarButtonView() const;
-    QWidget* searchButton() const;
-    QWidget* sortButton() const;
-    QWidget* infoButton() const;
+    SegmentedControl* toolbarActionSegment() const { return m_toolbar->actionSegment(); }
+    SegmentedControl* toolbarSecondaryActionSegment() const { return m_toolbar->secondaryActionSegment(); }
+    QWidget* toolbarButtonView() const { return m_toolbar->toolbarButtonView(); }
+    QToolButton* searchButton() const { return m_toolbar->searchButton(); }
+    QToolButton* sortButton() const { return m_toolbar->sortButton(); }
+    QToolButton* infoButton() const { return m_toolbar->infoButton(); }
     QLineEdit* containerTitleTextField() const { return m_containerTitle; }
     QPlainTextEdit* containerDescriptionTextField() const { return m_containerDescription; }
     QPlainTextEdit* notesTextField() const;
@@ -183,8 +185,6 @@ private:
     void buildLayout();
     void wire();
     void onObjectChanged(QuillarcDatabaseObject* object);
-    void showContainerValues();
-    void commitContainerTitle();
     void onGroupSelectionChanged();
     void onDocumentSelectionChanged();
     void setPreviewControl(bool controlling);
@@ -200,6 +200,7 @@ private:
     MainSplitView* m_splitView = nullptr;
     GroupsListView* m_groupsView = nullptr;
     DocumentsTableView* m_documentsView = nullptr;
+    MainViewArchiveHeader* m_header = nullptr;
     QLineEdit* m_containerTitle = nullptr;
     QPlainTextEdit* m_containerDescription = nullptr;
     MainViewInfoArea* m_infoArea = nullptr;

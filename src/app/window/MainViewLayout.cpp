@@ -9,6 +9,7 @@
 #include "app/views/GroupsListView.h"
 #include "app/views/MainSplitView.h"
 #include "controls/KVTessaryProgress.h"
+#include "app/window/MainViewArchiveHeader.h"
 #include "app/window/MainViewInfoArea.h"
 #include "app/window/MainViewStartArea.h"
 #include "controls/KVSeparator.h"
@@ -28,7 +29,7 @@ MainViewLayout::MainViewLayout(QWidget* host, Document* document, GroupListModel
 
     splitView = new MainSplitView(busyStack);
     splitView->setObjectName(QStringLiteral("mainSplitView"));
-    splitView->addWidget(buildGroupsPane(groups));
+    splitView->addWidget(buildGroupsPane(document, groups));
     documentsStack = new QStackedWidget(splitView);
     documentsPage = buildDocumentsPage(document, documents);
     startArea = new MainViewStartArea(documentsStack);
@@ -54,35 +55,15 @@ MainViewLayout::MainViewLayout(QWidget* host, Document* document, GroupListModel
     progressView = progressPage;
 }
 
-QWidget* MainViewLayout::buildGroupsPane(GroupListModel* groups)
+QWidget* MainViewLayout::buildGroupsPane(Document* document, GroupListModel* groups)
 {
     auto* pane = new QWidget;
     auto* layout = new QVBoxLayout(pane);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    auto* header = new QWidget(pane);
-    auto* headerLayout = new QVBoxLayout(header);
-    headerLayout->setContentsMargins(8, 8, 8, 6);
-    containerTitle = new QLineEdit(header);
-    containerTitle->setObjectName(QStringLiteral("containerTitleTextField"));
-    containerTitle->setFrame(false);
-    QFont titleFont = containerTitle->font();
-    titleFont.setBold(true);
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.2);
-    containerTitle->setFont(titleFont);
-    containerTitle->setPlaceholderText(QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
-    // Return in the description adds a line; in the title it ends the edit.
-    containerDescription = new QPlainTextEdit(header);
-    containerDescription->setObjectName(QStringLiteral("containerDescriptionTextField"));
-    containerDescription->setFrameShape(QFrame::NoFrame);
-    containerDescription->setPlaceholderText(QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
-    containerDescription->setTabChangesFocus(true);
-    containerDescription->setFixedHeight(containerDescription->fontMetrics().lineSpacing() * 3 + 8);
-    Localizer::markAsData(containerTitle);
-    Localizer::setAccessibleKeys(containerTitle, QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
-    Localizer::setAccessibleKeys(containerDescription, QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
-    headerLayout->addWidget(containerTitle);
-    headerLayout->addWidget(containerDescription);
+    header = new MainViewArchiveHeader(document, pane);
+    containerTitle = header->titleField();
+    containerDescription = header->descriptionField();
     layout->addWidget(header);
     layout->addWidget(new KVSeparator(Qt::Horizontal, pane));
     groupsView = new GroupsListView(pane);

@@ -5,6 +5,7 @@ class DocumentsTableView;
 class GroupListModel;
 class GroupsListView;
 class MainSplitView;
+class MainViewArchiveHeader;
 class MainViewInfoArea;
 class MainViewStartArea;
 class KVTessaryProgress;
@@ -29,6 +30,7 @@ struct MainViewLayout
     MainSplitView* splitView;
     GroupsListView* groupsView;
     DocumentsTableView* documentsView;
+    MainViewArchiveHeader* header;
     QLineEdit* containerTitle;
     QPlainTextEdit* containerDescription;
     MainViewInfoArea* infoArea;
@@ -37,6 +39,6 @@ struct MainViewLayout
     QWidget* progressView; ///< the page holding the progress view
 
 private:
-    QWidget* buildGroupsPane(GroupListModel* groups);
+    QWidget* buildGroupsPane(Document* document, GroupListModel* groups);
     QWidget* buildDocumentsPage(Document* document, DocumentListModel* documents);
 };

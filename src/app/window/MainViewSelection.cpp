@@ -29,6 +29,16 @@ MainViewSelection::MainViewSelection(Document* archive, GroupsListView* groupsVi
     connect(m_groups, &QAbstractItemModel::modelReset, this, &MainViewSelection::onGroupSelectionChanged);
     connect(m_documents, &QAbstractItemModel::rowsRemoved, this, &MainViewSelection::onDocumentSelectionChanged);
     connect(m_documents, &QAbstractItemModel::modelReset, this, &MainViewSelection::onDocumentSelectionChanged);
+    // After a drag the moved rows are selected.
+    connect(m_groups, &GroupListModel::groupsMoved, this, [this](const QList<qsizetype>& rows) {
+        if (!rows.isEmpty())
+            selectGroupRow(int(rows.first()));
+    });
+    connect(m_groups, &GroupListModel::documentMovedToGroup, this, [this](const GroupPtr& target, const DocumentPtr& moved) {
+        selectGroup(target);
+        selectDocument(moved);
+        m_groupsView->setFocus(Qt::OtherFocusReason);
+    });
     if (m_archive)
         m_archive->setSelectionProvider([this] { return selectionIndexes(); });
 }
@@ -99,6 +109,15 @@ void MainViewSelection::selectDocument(const DocumentPtr& document)
 {
     m_documents->syncNow();
     selectDocumentRow(m_documents->rowOf(document.get()));
+}
+
+void MainViewSelection::selectSearchResult(const DocumentPtr& document)
+{
+    const int row = document ? m_groups->rowOfID(document->parentID()) : -1;
+    if (row < 0)
+        return;
+    selectGroupRow(row);
+    selectDocument(document);
 }
 
 void MainViewSelection::clearDocumentSelection()

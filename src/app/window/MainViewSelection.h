@@ -38,6 +38,8 @@ public:
     void selectDocument(const DocumentPtr& document);
     void selectDocumentRow(int row);
     void clearDocumentSelection();
+    /// Selects a search hit: its group, then the record itself.
+    void selectSearchResult(const DocumentPtr& document);
 
     /// Clears both selections, then 0.36 s later selects the stored group
     /// row and then the stored document row.
