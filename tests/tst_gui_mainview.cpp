@@ -381,8 +381,8 @@ private Q_SLOTS:
         QCOMPARE(logs.at(1)->objectUniqueID(), b->uniqueID());
         QCOMPARE(logs.at(2)->objectUniqueID(), c->uniqueID());
         QVERIFY(archive.deleteIDSArray().contains(c->uniqueID()));
-        QCOMPARE(view->groupsModel()->rowCount(), 1);
-        QCOMPARE(view->currentGroup(), locked); // the list selects what is left
+        QTRY_COMPARE(view->groupsModel()->rowCount(), 1);
+        QTRY_COMPARE(view->currentGroup(), locked); // the list selects what is left
     }
 
     void draggingBetweenTheLists()

@@ -1,16 +1,15 @@
 #include "app/views/TokenField.h"
 
-#include "app/i18n/Localizer.h"
 #include "output/CompletionAids.h"
 
 #include <QCompleter>
-#include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QStringListModel>
-#include <QToolButton>
+#include <QMouseEvent>
+#include <QPainter>
+#include <functional>
 
 namespace {
 
@@ -76,6 +75,68 @@ private:
     }
 
     QList<QLayoutItem*> m_items;
+};
+
+/// One tag as a pill, painted from the palette, with a remove mark unless read-only.
+class TokenChip : public QWidget
+{
+public:
+    TokenChip(const QString& text, bool removable, std::function<void()> remove, QWidget* parent)
+        : QWidget(parent)
+        , m_text(text)
+        , m_removable(removable)
+        , m_remove(std::move(remove))
+    {
+        setAccessibleName(text);
+        setCursor(removable ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    }
+
+    QSize sizeHint() const override
+    {
+        const QFontMetrics metrics(font());
+        const int height = metrics.height() + 4;
+        return QSize(metrics.horizontalAdvance(m_text) + height + (m_removable ? height - 4 : 0), height);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QColor fill = palette().color(QPalette::Highlight);
+        fill.setAlphaF(0.18);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(fill);
+        const QRectF pill = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+        painter.drawRoundedRect(pill, pill.height() / 2, pill.height() / 2);
+        painter.setPen(palette().color(QPalette::Text));
+        const int side = height();
+        painter.drawText(QRect(side / 2, 0, width() - side / 2 - (m_removable ? side - 4 : 0), side), Qt::AlignVCenter, m_text);
+        if (m_removable) {
+            // The remove mark: a small cross at the right end.
+            const QPointF centre(width() - side / 2.0, side / 2.0);
+            const qreal arm = side * 0.16;
+            QColor ink = palette().color(QPalette::Text);
+            ink.setAlphaF(0.6);
+            painter.setPen(QPen(ink, 1.3, Qt::SolidLine, Qt::RoundCap));
+            painter.drawLine(centre + QPointF(-arm, -arm), centre + QPointF(arm, arm));
+            painter.drawLine(centre + QPointF(-arm, arm), centre + QPointF(arm, -arm));
+        }
+    }
+
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        if (m_removable && event->position().x() >= width() - height() && m_remove) {
+            m_remove();
+            return;
+        }
+        QWidget::mousePressEvent(event);
+    }
+
+private:
+    QString m_text;
+    bool m_removable;
+    std::function<void()> m_remove;
 };
 
 } // namespace
@@ -162,35 +223,18 @@ void TokenField::removeTag(int index)
 
 void TokenField::rebuildTokens()
 {
-    qDeleteAll(m_tokenWidgets);
+    // A token may be removing itself from its own click: it goes once that is done.
+    for (QWidget* token : std::as_const(m_tokenWidgets)) {
+        layout()->removeWidget(token);
+        token->hide();
+        token->deleteLater();
+    }
     m_tokenWidgets.clear();
     auto* flow = layout();
     flow->removeWidget(m_edit);
-    const QColor accent = palette().color(QPalette::Highlight);
-    const QString style = QStringLiteral("QWidget#token { background: rgba(%1,%2,%3,46); border-radius: 9px; }")
-                              .arg(accent.red())
-                              .arg(accent.green())
-                              .arg(accent.blue());
     for (int i = 0; i < m_tags.size(); ++i) {
-        auto* token = new QWidget(this);
+        auto* token = new TokenChip(m_tags.at(i), !m_readOnly, [this, i] { removeTag(i); }, this);
         token->setObjectName(QStringLiteral("token"));
-        token->setAttribute(Qt::WA_StyledBackground);
-        token->setStyleSheet(style);
-        auto* row = new QHBoxLayout(token);
-        row->setContentsMargins(8, 1, m_readOnly ? 8 : 2, 1);
-        row->setSpacing(2);
-        auto* label = new QLabel(m_tags.at(i), token);
-        Localizer::markAsData(label);
-        row->addWidget(label);
-        if (!m_readOnly) {
-            auto* remove = new QToolButton(token);
-            remove->setText(QStringLiteral("×"));
-            remove->setAutoRaise(true);
-            remove->setFocusPolicy(Qt::NoFocus);
-            remove->setAccessibleName(m_tags.at(i));
-            connect(remove, &QToolButton::clicked, this, [this, i] { removeTag(i); });
-            row->addWidget(remove);
-        }
         flow->addWidget(token);
         m_tokenWidgets.append(token);
     }

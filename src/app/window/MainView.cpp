@@ -129,7 +129,9 @@ void MainView::wire()
     connect(m_progress, &KVTessaryProgress::cancelRequested, m_batch, &BatchFlow::cancelBuilding);
     connect(m_startArea, &MainViewStartArea::letsDoIt, this, &MainView::letsDoIt);
     connect(m_document, &Document::objectChanged, this, &MainView::onObjectChanged);
-    // The stored selection comes back when the screen opens.
+    // The stored selection comes back when the screen opens, its rows counted
+    // in the archive's order.
+    applySortDescriptor();
     m_selection->setSelectionIndex();
     m_groups->syncNow();
     onGroupSelectionChanged();
