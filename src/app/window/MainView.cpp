@@ -440,7 +440,12 @@ void MainView::showSortOrderPopover()
 }
 
 void MainView::showInfoPopover() {}
-void MainView::showScannerSheet() {}
+
+void MainView::showScannerSheet()
+{
+    // The scanner window belongs to the archive's window, which files its scans here.
+    Q_EMIT windowCommandRequested(QStringLiteral("showScannerSheet:"));
+}
 
 void MainView::selectSearchResultForQuillarcDocument(const std::shared_ptr<QuillarcDocument>& document)
 {
