@@ -80,6 +80,8 @@ bool FolderFlow::doTheStartupFolderImport()
     auto intake = std::make_shared<DocumentIntake>(*archive);
     m_import = std::make_unique<StartupFolderImport>(
         *archive, [intake](const QString& path, const GroupPtr& group) { return intake->quillarcDocumentForURL(path, group); });
+    // Text extraction and recognition run beside the status sheet, which keeps moving.
+    m_import->setBuildsRecordsOffMainThread(true);
     StartupFolderImport* import = m_import.get();
     connect(import, &StartupFolderImport::folderImportStringChanged, this, [this](const QString& text) {
         if (m_sheet)
