@@ -12,6 +12,7 @@
 #include "model/QuillarcLogObject.h"
 
 #include <QDir>
+#include <sys/stat.h>
 #include <QDragEnterEvent>
 #include <QLineEdit>
 #include <QMimeData>
@@ -228,6 +229,23 @@ private Q_SLOTS:
         QVERIFY(sendDrop(viewport, { package }));
         QCOMPARE(MessageBox::takeAskedAlerts(), QStringList { text("Error!") + QLatin1Char('\n') + text("File format not supported.") });
 
+        // What cannot be read as a file at all is refused with the reason.
+        const QString fifo = m_home.freshPath(QStringLiteral("pipe"));
+        QVERIFY(::mkfifo(QFile::encodeName(fifo).constData(), 0600) == 0);
+        const QString huge = m_home.freshPath(QStringLiteral("huge")) + QStringLiteral(".bin");
+        QFile sparse(huge);
+        QVERIFY(sparse.open(QIODevice::WriteOnly) && sparse.resize(qint64(2) << 30)); // no blocks written
+        sparse.close();
+        for (const QString& refused : { fifo, huge }) {
+            MessageBox::setNextAnswer(0);
+            QVERIFY(sendDrop(viewport, { refused }));
+            QTRY_VERIFY(!view->isBusy());
+            const QStringList asked = MessageBox::takeAskedAlerts();
+            QCOMPARE(asked.size(), 1);
+            QVERIFY(asked.first().startsWith(text("Error!") + QLatin1Char('\n') + refused));
+        }
+        QCOMPARE(group->documents().size(), 1);
+
         // Several: a batch, where the folder and a missing file are passed over.
         QVERIFY(sendDrop(viewport, { files[1], folder, files[2], folder + QStringLiteral("/gone.txt") }));
         QTRY_VERIFY(view->batchFlow()->batchSheet());
@@ -255,6 +273,11 @@ private Q_SLOTS:
         QVERIFY(view->progressIndicator()->isVisible());
         QVERIFY(view->progressIndicator()->isCancelVisible());
         QVERIFY(!view->validateUserInterfaceItem(QStringLiteral("addDocument:"), true));
+        // Nothing is deleted or taken in meanwhile.
+        const int beeps = MessageBox::beepCount();
+        view->deleteGroup();
+        view->receivedDroppedFiles(files.mid(0, 1));
+        QCOMPARE(MessageBox::beepCount(), beeps + 2);
         Q_EMIT view->progressIndicator()->cancelRequested();
         QTRY_VERIFY(!view->batchFlow()->isBusy());
 

@@ -8,6 +8,7 @@
 #include "app/intake/FolderFlow.h"
 #include "app/intake/GroupFlow.h"
 #include "app/intake/IntakeFlow.h"
+#include "app/models/DateFormatters.h"
 #include "app/models/DocumentListModel.h"
 #include "app/models/GroupListModel.h"
 #include "app/popover/Popover.h"
@@ -291,6 +292,16 @@ void MainView::clearDocumentSelection()
 void MainView::requestSearchFilterReset()
 {
     Q_EMIT searchFilterResetRequested();
+}
+
+QString MainView::mediumDateFormatter(const Value& date)
+{
+    return DateFormatters::mediumDate(date);
+}
+
+QString MainView::shortDateFormatter(const Value& date)
+{
+    return DateFormatters::shortDate(date);
 }
 
 QStringList MainView::allTags() const

@@ -103,6 +103,10 @@ public:
     void letsDoIt();
     /// Selects the stored rows again (0.36 s after clearing the selection).
     void setSelectionIndex();
+    /// A date in the medium or short date style of the user's locale, without
+    /// time, formatted afresh on every call (other screens use them too).
+    static QString mediumDateFormatter(const Value& date);
+    static QString shortDateFormatter(const Value& date);
     /// Every tag of the archive, for completion.
     QStringList allTags() const;
     /// Number of records of the batch being taken in.
