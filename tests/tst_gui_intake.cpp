@@ -168,6 +168,23 @@ private Q_SLOTS:
         QVERIFY(!view->currentDocument());
     }
 
+    void finishedScanIsLoggedAtOnce()
+    {
+        MainViewHarness harness(m_home.freshPath(QStringLiteral("scan")));
+        const GroupPtr group = harness.addGroup(QStringLiteral("Scans"));
+        MainView* view = harness.open();
+        view->selectGroup(group);
+        const QStringList files = makeFiles(QStringLiteral("scanned"), 1);
+        view->addScanDocumentWithURL(files[0]);
+        QTRY_VERIFY(view->intakeFlow()->documentSheet());
+        // The scan's entry is written when it is filed, the sheet's when it is confirmed.
+        QCOMPARE(logs(harness.archive()).size(), 1);
+        view->intakeFlow()->documentSheet()->okButton()->click();
+        QTRY_VERIFY(!view->isBusy());
+        QCOMPARE(logs(harness.archive()).size(), 2);
+        QCOMPARE(group->documents().size(), 1);
+    }
+
     void neverSavedArchiveRefusesEveryIntake()
     {
         Document archive;

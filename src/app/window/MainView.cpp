@@ -15,6 +15,7 @@
 #include "app/popover/PopoverController.h"
 #include "app/popover/PopoverRegistry.h"
 #include "app/preview/PreviewWindow.h"
+#include "app/scanner/ScannerWindow.h"
 #include "app/util/MessageBox.h"
 #include "app/views/DocumentItemDelegate.h"
 #include "app/views/DocumentsTableView.h"
@@ -454,8 +455,16 @@ void MainView::showInfoPopover() {}
 
 void MainView::showScannerSheet()
 {
-    // The scanner window belongs to the archive's window, which files its scans here.
-    Q_EMIT windowCommandRequested(QStringLiteral("showScannerSheet:"));
+    if (!currentGroup() || isBusy()) {
+        MessageBox::beep();
+        return;
+    }
+    // One scanner window per archive, kept and shown again; its scans are filed here.
+    ScannerWindow* scanner = ScannerWindow::showScannerSheet(m_document, window());
+    if (scanner && scanner != m_scanner) {
+        m_scanner = scanner;
+        connect(scanner, &ScannerWindow::scannedToURL, this, &MainView::addScanDocumentWithURL);
+    }
 }
 
 void MainView::selectSearchResultForQuillarcDocument(const std::shared_ptr<QuillarcDocument>& document)

@@ -181,9 +181,6 @@ Q_SIGNALS:
     void saveRequested();
     /// The documents changed under an open search popover: it starts afresh.
     void searchFilterResetRequested();
-    /// A command that belongs to the archive window was chosen here
-    /// ("showScannerSheet:", "exportGroup:", ...).
-    void windowCommandRequested(const QString& action);
 
 private:
     void buildLayout();
@@ -213,6 +210,7 @@ private:
     QWidget* m_progressView = nullptr;
     MainViewSelection* m_selection = nullptr;
     QPointer<PreviewWindow> m_preview;
+    QPointer<QWidget> m_scanner; ///< the scanner window whose scans come here
     IntakeFlow* m_intake = nullptr;
     BatchFlow* m_batch = nullptr;
     GroupFlow* m_groupFlow = nullptr;

@@ -10,6 +10,7 @@
 #include "store/Document.h"
 
 #include <QItemSelectionModel>
+#include <QPointer>
 
 MainViewSelection::MainViewSelection(Document* archive, GroupsListView* groupsView, GroupListModel* groups,
     DocumentsTableView* documentsView, DocumentListModel* documents, QObject* parent)
@@ -39,15 +40,16 @@ MainViewSelection::MainViewSelection(Document* archive, GroupsListView* groupsVi
         selectDocument(moved);
         m_groupsView->setFocus(Qt::OtherFocusReason);
     });
-    if (m_archive)
-        m_archive->setSelectionProvider([this] { return selectionIndexes(); });
+    // Every save stores the selection; a provider outliving the view answers "none".
+    if (m_archive) {
+        const QPointer<MainViewSelection> self = this;
+        m_archive->setSelectionProvider([self]() -> std::pair<qint64, qint64> {
+            return self ? self->selectionIndexes() : std::pair<qint64, qint64>(-1, -1);
+        });
+    }
 }
 
-MainViewSelection::~MainViewSelection()
-{
-    if (m_archive)
-        m_archive->setSelectionProvider({});
-}
+MainViewSelection::~MainViewSelection() = default;
 
 int MainViewSelection::selectedRow(bool groups) const
 {
