@@ -48,6 +48,7 @@
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <cmath>
 
 MainView::MainView(Document* document, QWidget* parent)
@@ -160,6 +161,21 @@ void MainView::onObjectChanged(QuillarcDatabaseObject* object)
         if (DocumentOrdering::applySortDescriptor(*m_document->preferences()) != m_sortDescriptor)
             applySortDescriptor();
     }
+}
+
+void MainView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    updatePixelRatio();
+    if (QWindow* handle = window()->windowHandle())
+        connect(handle, &QWindow::screenChanged, this, &MainView::updatePixelRatio, Qt::UniqueConnection);
+}
+
+void MainView::updatePixelRatio()
+{
+    // Thumbnails are made for the pixel ratio of the screen the window is on.
+    m_thumbnails->setDevicePixelRatio(devicePixelRatioF());
+    m_documentsView->viewport()->update();
 }
 
 void MainView::viewActions()

@@ -182,8 +182,12 @@ Q_SIGNALS:
     /// The documents changed under an open search popover: it starts afresh.
     void searchFilterResetRequested();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void buildLayout();
+    void updatePixelRatio();
     void wire();
     void onObjectChanged(QuillarcDatabaseObject* object);
     void onGroupSelectionChanged();
