@@ -371,10 +371,15 @@ void Document::waitForSaves()
 {
 }
 
-bool Document::close(QString* error)
+void Document::clearOpenMark()
 {
     m_isAlreadyOpen = false;
     m_host = QString("");
+}
+
+bool Document::close(QString* error)
+{
+    clearOpenMark();
     if (m_preferences)
         m_preferences->setValue(QuillarcPreferences::ValidationPosssible, Value::boolean(true));
     return save(error);

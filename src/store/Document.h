@@ -101,6 +101,9 @@ public:
 
     /// Clears the open mark, allows validation and saves: closing a window.
     bool close(QString* error = nullptr);
+    /// Clears the open mark ("isAlreadyOpen" NO, "host" empty) without saving:
+    /// the window's closing and quitting save through saveToURL() afterwards.
+    void clearOpenMark();
 
     void createInitialData();
     bool checkForFilesWrappers();
@@ -129,7 +132,11 @@ public:
     void noteObjectChanged(QuillarcDatabaseObject* object);
 
     // ChangeNode: the end of every change chain.
-    void valuesChanged() override { updateChangeCount(); }
+    void valuesChanged() override
+    {
+        updateChangeCount();
+        Q_EMIT changed();
+    }
     Document* document() const override { return const_cast<Document*>(this); }
 
     void updateChangeCount();
@@ -165,6 +172,9 @@ Q_SIGNALS:
     /// after each change, and again for each owner as the change climbs the
     /// parent chain, so views follow the tree without polling it.
     void objectChanged(QuillarcDatabaseObject* object);
+    /// Something in the archive changed (once per burst of changes): views
+    /// that show archive texts outside the lists refresh on it.
+    void changed();
     void integrityStringChanged(const QString& text);
 
 private:
