@@ -12,7 +12,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSet>
 #include <QSignalSpy>
+#include <QThread>
 #include <QTest>
 #include <sys/stat.h>
 
@@ -142,11 +144,19 @@ private Q_SLOTS:
         QVERIFY(g_logLines.contains(QStringLiteral("existingIDsinGroupE: (\n    %1\n)").arg(old->fileID())));
     }
 
+    void startupImportNumbersAcrossGroups_data()
+    {
+        QTest::addColumn<bool>("offMainThread");
+        QTest::newRow("built on the main thread") << false;
+        QTest::newRow("built on the scan's thread") << true;
+    }
+
     void startupImportNumbersAcrossGroups()
     {
-        const QString first = makeFolder("first", { "f1.pdf", "f2.pdf" });
-        const QString second = makeFolder("second", { "s1.txt", "s2.txt", "s3.txt" });
-        const QString path = packagePath("numbers");
+        QFETCH(bool, offMainThread);
+        const QString first = makeFolder(offMainThread ? "first-off" : "first", { "f1.pdf", "f2.pdf" });
+        const QString second = makeFolder(offMainThread ? "second-off" : "second", { "s1.txt", "s2.txt", "s3.txt" });
+        const QString path = packagePath(offMainThread ? "numbers-off" : "numbers");
         ArchiveFixture fixture(path);
         Document& archive = fixture.archive();
         const PreferencesPtr preferences = archive.preferences();
@@ -159,7 +169,12 @@ private Q_SLOTS:
         QVERIFY(fixture.save());
         const ino_t before = databaseInode(path);
 
-        StartupFolderImport scan(archive, standInRecord);
+        QSet<QThread*> builders;
+        StartupFolderImport scan(archive, [&builders](const QString& filePath, const GroupPtr& group) {
+            builders.insert(QThread::currentThread());
+            return standInRecord(filePath, group);
+        });
+        scan.setBuildsRecordsOffMainThread(offMainThread);
         QStringList statusTexts;
         bool savedEarly = false;
         connect(&scan, &StartupFolderImport::folderImportStringChanged, this, [&](const QString& text) {
@@ -171,6 +186,7 @@ private Q_SLOTS:
         QVERIFY(runScan(scan, &counts));
         QCOMPARE(counts, QList<int>({ 5 }));
         QVERIFY(!savedEarly);
+        QCOMPARE(builders.contains(QThread::currentThread()), !offMainThread);
         QVERIFY(databaseInode(path) != before);
 
         // Numbers follow the groups' order; within a group, the folder's listing order.

@@ -90,8 +90,9 @@ DocumentPtr DocumentIntake::quillarcDocumentForURL(const QString& filePath, cons
     const SourceFile source(filePath);
     const QString fileName = QFileInfo(filePath).fileName();
     if (source.kind() == SourceFile::Kind::Directory && isFilePackage(filePath))
-        m_errorString
-            = QStringLiteral("%1: %2").arg(filePath, localizedString(QStringLiteral("File format not supported.")));
+        m_errorString = m_takesPackagesAsFiles
+            ? QString()
+            : QStringLiteral("%1: %2").arg(filePath, localizedString(QStringLiteral("File format not supported.")));
     else
         m_errorString = source.refusal();
     if (!m_errorString.isEmpty()) {

@@ -42,6 +42,12 @@ public:
 
     explicit DocumentIntake(Document& archive, QObject* parent = nullptr);
 
+    /// Whether a folder presented as one file (a package) is archived like a
+    /// file that cannot be read, with its attributes and empty bytes, instead
+    /// of being refused. The open dialog's single-file intake takes packages
+    /// in this way after its alert; drops and batches refuse them.
+    void setTakesPackagesAsFiles(bool takes) { m_takesPackagesAsFiles = takes; }
+
     /// Why the last call refused a file ("" when it did not).
     QString errorString() const { return m_errorString; }
 
@@ -112,6 +118,7 @@ private:
     QString m_errorString;
     Timings m_timings;
     bool m_staging = false;
+    bool m_takesPackagesAsFiles = false;
     QStringList m_stagedIDs;
     QHash<QString, QByteArray> m_iconCache; ///< icon bytes by MIME type: the same for every file of a type
 };

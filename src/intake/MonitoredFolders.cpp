@@ -114,8 +114,7 @@ QStringList MonitoredFolders::importFilePathsForGroup(const QuillarcGroup& group
     return paths;
 }
 
-GroupPtr MonitoredFolders::createFolderGroupFromFolderPath(
-    const QString& folderPath, BatchIntake& batch, QString* refusal)
+GroupPtr MonitoredFolders::createFolderGroup(const QString& folderPath, QString* refusal)
 {
     if (!m_archive.preferences() || !m_archive.preferences()->isFirstSaveDone()) {
         if (refusal)
@@ -128,9 +127,17 @@ GroupPtr MonitoredFolders::createFolderGroupFromFolderPath(
         return nullptr;
     }
     const GroupPtr group = GroupEditing(m_archive).addGroup();
+    if (group)
+        group->setValue(QuillarcGroup::GroupTitle, Value::string(QFileInfo(QDir::cleanPath(folderPath)).fileName()));
+    return group;
+}
+
+GroupPtr MonitoredFolders::createFolderGroupFromFolderPath(
+    const QString& folderPath, BatchIntake& batch, QString* refusal)
+{
+    const GroupPtr group = createFolderGroup(folderPath, refusal);
     if (!group)
         return nullptr;
-    group->setValue(QuillarcGroup::GroupTitle, Value::string(QFileInfo(QDir::cleanPath(folderPath)).fileName()));
     batch.start(folderEntries(folderPath), group);
     batch.values().isFolderGroupBatchAction = true;
     m_archive.updateChangeCount();

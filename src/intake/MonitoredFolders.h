@@ -25,6 +25,12 @@ class MonitoredFolders
 public:
     explicit MonitoredFolders(Document& archive);
 
+    /// The first steps of a folder group: checks that the archive was saved
+    /// once and that the path is a folder, then makes a group titled after the
+    /// folder (not monitored). Returns nothing (and sets @p refusal) otherwise.
+    /// The caller takes the folder's files in as a folder-group batch.
+    GroupPtr createFolderGroup(const QString& folderPath, QString* refusal = nullptr);
+
     /// Makes a group titled after the folder and starts @p batch with the
     /// folder's files (records built for the group but not yet in it), marked
     /// as a folder-group batch so that cancelling it removes the group again;

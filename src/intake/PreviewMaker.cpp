@@ -9,8 +9,12 @@
 #include <QImageWriter>
 #include <QMimeDatabase>
 #include <QPainter>
+#include <QMutex>
 #include <QScreen>
+#include <QThread>
+#include <QWaitCondition>
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -37,6 +41,55 @@ bool hasGuiApplication()
     return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
 }
 
+/// The icon theme's image for the file's type, or a null image. Theme icons
+/// are pixmaps and the theme's caches are not shared between threads: call
+/// this on the application's thread only.
+QImage themedIcon(const QString& path, int side)
+{
+    const QMimeType mime = QMimeDatabase().mimeTypeForFile(path);
+    const QIcon icon = QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName()));
+    return icon.isNull() ? QImage() : icon.pixmap(QSize(side, side), 1.0).toImage();
+}
+
+/// One icon asked of the application's thread by a worker thread.
+struct IconRequest
+{
+    QMutex mutex;
+    QWaitCondition answered;
+    bool done = false;
+    QImage image;
+};
+
+/// themedIcon() from any thread. A worker hands the call to the application's
+/// thread and waits; it gives up (null image, so the generic icon) when it is
+/// asked to stop, when the application is closing, or after two seconds, so
+/// that a main thread waiting for the worker never waits for itself.
+QImage themedIconFromAnyThread(const QString& path, int side)
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (QThread::currentThread() == app->thread())
+        return themedIcon(path, side);
+    auto request = std::make_shared<IconRequest>();
+    QMetaObject::invokeMethod(
+        app,
+        [request, path, side] {
+            const QImage image = themedIcon(path, side);
+            QMutexLocker locker(&request->mutex);
+            request->image = image;
+            request->done = true;
+            request->answered.wakeAll();
+        },
+        Qt::QueuedConnection);
+    QMutexLocker locker(&request->mutex);
+    for (int waited = 0; !request->done; waited += 50) {
+        if (request->answered.wait(&request->mutex, 50))
+            continue;
+        if (waited >= 2000 || QThread::currentThread()->isInterruptionRequested() || QCoreApplication::closingDown())
+            return QImage();
+    }
+    return request->image;
+}
+
 } // namespace
 
 qreal PreviewMaker::scaleFactor()
@@ -58,11 +111,7 @@ QImage PreviewMaker::fileIcon(const QString& path, int side)
     // Theme icons are pixmaps, which exist only in a GUI application.
     if (!hasGuiApplication())
         return generic;
-    const QMimeType mime = QMimeDatabase().mimeTypeForFile(path);
-    const QIcon icon = QIcon::fromTheme(mime.iconName(), QIcon::fromTheme(mime.genericIconName()));
-    if (icon.isNull())
-        return generic;
-    const QImage themed = icon.pixmap(QSize(side, side), 1.0).toImage();
+    const QImage themed = themedIconFromAnyThread(path, side);
     return themed.isNull() ? generic : fitted(themed, side);
 }
 

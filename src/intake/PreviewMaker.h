@@ -21,7 +21,8 @@ public:
     static QByteArray fileIconFromURL(const QString& path);
 
     /// The icon of the file's type at side x side pixels: the icon theme's icon
-    /// for its MIME type, else the bundled generic document.
+    /// for its MIME type, else the bundled generic document. Safe on worker
+    /// threads: the theme is asked on the application's thread.
     static QImage fileIcon(const QString& path, int side);
 
     /// A bundled image by name (":/images/NAME.png"), at side x side pixels.

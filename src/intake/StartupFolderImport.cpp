@@ -47,16 +47,24 @@ bool StartupFolderImport::doTheStartupFolderImport()
     for (const GroupPtr& group : folderGroups)
         scans.append({ group, group->isLocked() || preferences->autoLockDocuments() });
 
-    m_pool.start([this, scans] {
+    const bool offMainThread = m_buildsOffMainThread;
+    m_pool.start([this, scans, offMainThread] {
         for (const GroupScan& scan : scans) {
             const QString title = scan.group->groupTitle();
             QMetaObject::invokeMethod(
                 this, [this, title] { setFolderImportString(title); }, Qt::QueuedConnection);
             // Queued calls run in the order posted, so the records keep the
             // order of the groups and of each folder's listing.
-            for (const QString& path : MonitoredFolders::importFilePathsForGroup(*scan.group))
-                QMetaObject::invokeMethod(
-                    this, [this, scan, path] { importDocument(scan, path); }, Qt::QueuedConnection);
+            for (const QString& path : MonitoredFolders::importFilePathsForGroup(*scan.group)) {
+                if (offMainThread) {
+                    const DocumentPtr record = m_builder(path, scan.group);
+                    QMetaObject::invokeMethod(
+                        this, [this, scan, path, record] { fileDocument(scan, path, record); }, Qt::QueuedConnection);
+                } else {
+                    QMetaObject::invokeMethod(
+                        this, [this, scan, path] { importDocument(scan, path); }, Qt::QueuedConnection);
+                }
+            }
         }
         QMetaObject::invokeMethod(
             this, [this] { finish(); }, Qt::QueuedConnection);
@@ -72,7 +80,11 @@ void StartupFolderImport::setFolderImportString(const QString& text)
 
 void StartupFolderImport::importDocument(const GroupScan& scan, const QString& filePath)
 {
-    const DocumentPtr record = m_builder(filePath, scan.group);
+    fileDocument(scan, filePath, m_builder(filePath, scan.group));
+}
+
+void StartupFolderImport::fileDocument(const GroupScan& scan, const QString& filePath, const DocumentPtr& record)
+{
     if (!record)
         return;
     setFolderImportString(record->title());

@@ -38,6 +38,12 @@ public:
     StartupFolderImport(Document& archive, RecordBuilder builder, QObject* parent = nullptr);
     ~StartupFolderImport() override;
 
+    /// Builds the records on the scan's thread as well, so that text
+    /// extraction and recognition never hold up the main thread; numbering,
+    /// logging and filing stay on the main thread, in the order the files were
+    /// found. The builder must then be safe off the main thread (DocumentIntake is).
+    void setBuildsRecordsOffMainThread(bool offMainThread) { m_buildsOffMainThread = offMainThread; }
+
     /// Starts the scan. Does nothing (and returns false) unless automatic
     /// voucher numbering is on and at least one group is monitored: every
     /// imported file must get a slip number.
@@ -66,6 +72,7 @@ private:
 
     void setFolderImportString(const QString& text);
     void importDocument(const GroupScan& scan, const QString& filePath);
+    void fileDocument(const GroupScan& scan, const QString& filePath, const DocumentPtr& record);
     void finish();
 
     Document& m_archive;
@@ -75,4 +82,5 @@ private:
     QList<DocumentPtr> m_imported;
     qint64 m_runningNumber = 0;
     bool m_running = false;
+    bool m_buildsOffMainThread = false;
 };

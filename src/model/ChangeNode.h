@@ -4,6 +4,7 @@
 #include <memory>
 
 class Document;
+class QuillarcDatabaseObject;
 
 /// A place in the archive's ownership chain: an archive object or the open
 /// archive itself. Changes climb from node to parent, one level per turn of
@@ -20,6 +21,9 @@ public:
     virtual void valuesChanged() = 0;
     /// The open archive this node belongs to, or nullptr before parents are set.
     virtual Document* document() const = 0;
+    /// Hands the news that object changed up the chain to the open archive,
+    /// which announces it; nodes in between only pass it on.
+    virtual void noteObjectChanged(QuillarcDatabaseObject* object) { (void)object; }
 
 protected:
     /// Schedules one valuesChanged() on target at the next turn of the main

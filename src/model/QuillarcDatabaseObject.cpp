@@ -48,7 +48,15 @@ Document* QuillarcDatabaseObject::document() const
 
 void QuillarcDatabaseObject::valuesChanged()
 {
+    if (m_parent)
+        m_parent->noteObjectChanged(this);
     scheduleValuesChanged(m_parent);
+}
+
+void QuillarcDatabaseObject::noteObjectChanged(QuillarcDatabaseObject* object)
+{
+    if (m_parent)
+        m_parent->noteObjectChanged(object);
 }
 
 Value QuillarcDatabaseObject::valueForKey(const QString& key) const

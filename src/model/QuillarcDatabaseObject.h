@@ -100,6 +100,7 @@ public:
 
     /// Default end of a change: passes it on to the parent at the next loop turn.
     void valuesChanged() override;
+    void noteObjectChanged(QuillarcDatabaseObject* object) override;
 
     /// The value stored under a coding key, or a derived value the class
     /// offers under that key; nil for keys it does not know.

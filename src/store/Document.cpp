@@ -22,6 +22,7 @@
 #include <QCoreApplication>
 #include <QSet>
 #include <QSysInfo>
+#include <QThread>
 #include <QTimer>
 
 #include <cmath>
@@ -356,6 +357,12 @@ void Document::saveToURL(const QString& packagePath, std::function<void(const QS
             },
             Qt::QueuedConnection);
     });
+}
+
+void Document::noteObjectChanged(QuillarcDatabaseObject* object)
+{
+    if (QThread::currentThread() == thread())
+        Q_EMIT objectChanged(object);
 }
 
 void Document::waitForSaves()

@@ -11,6 +11,7 @@
 
 class ArchiveSnapshot;
 class QuillarcContainer;
+class QuillarcDatabaseObject;
 class QuillarcDocument;
 class QuillarcGroup;
 class QuillarcPreferences;
@@ -130,6 +131,10 @@ public:
     /// Distinct file kinds, each as {"fileKind": kind}, for the search filters.
     QList<ValueMap> allFileKinds() const;
 
+    /// Announces objectChanged() for an object of this archive; changes made
+    /// on other threads (records being built) are not announced.
+    void noteObjectChanged(QuillarcDatabaseObject* object) override;
+
     // ChangeNode: the end of every change chain.
     void valuesChanged() override
     {
@@ -166,6 +171,11 @@ public:
 
 Q_SIGNALS:
     void editedChanged(bool edited);
+    /// An object of the archive changed: a field was set, or its list of
+    /// groups or documents changed. Emitted on the archive's thread right
+    /// after each change, and again for each owner as the change climbs the
+    /// parent chain, so views follow the tree without polling it.
+    void objectChanged(QuillarcDatabaseObject* object);
     /// Something in the archive changed (once per burst of changes): views
     /// that show archive texts outside the lists refresh on it.
     void changed();
