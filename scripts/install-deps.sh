@@ -14,8 +14,12 @@ PACKAGES=(
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
   shared-mime-info fonts-dejavu-core fonts-wqy-microhei
+  # the archive window's typeface
+  fonts-inter
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
+  # a private session bus for the theme's desktop-portal test
+  dbus-daemon
 )
 
 missing=()
