@@ -10,6 +10,7 @@ namespace {
 constexpr int imageLimit = 64; // images fetched for one page at most
 constexpr qint64 imageByteLimit = 8 * 1024 * 1024; // bytes of one image at most
 constexpr int imageTimeoutMs = 5000;
+constexpr int documentMargin = 18; // room between the page and the window's edges
 } // namespace
 
 NewsBrowser::NewsBrowser(QNetworkAccessManager* network, QWidget* parent)
@@ -28,6 +29,7 @@ void NewsBrowser::showPage(const QString& html, const QUrl& address)
     document()->clear();
     document()->setBaseUrl(address);
     setHtml(html);
+    document()->setDocumentMargin(documentMargin);
 }
 
 void NewsBrowser::showNothing()

@@ -76,6 +76,8 @@ void PreferenceForm::addRow(const QString& labelKey, QWidget* field)
     }
     auto* label = new QLabel(labelKey, this);
     label->setBuddy(field);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    m_labels.append(label);
     m_form->addRow(label, field);
 }
 
@@ -121,6 +123,7 @@ QComboBox* PreferenceForm::addChoice(Target target, const QString& key, const QS
     for (const Choice& choice : choices)
         combo->addItem(QString::fromUtf8(choice.textKey), QVariant::fromValue(choice.value));
     combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    combo->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setUp(combo, key, labelKey, toolTipKey);
     addRow(labelKey, combo);
     bind(target, key, [combo, fallback](const Value& value) {
@@ -157,6 +160,7 @@ QPlainTextEdit* PreferenceForm::addText(Target target, const QString& key, const
     auto* edit = new QPlainTextEdit(this);
     edit->setTabChangesFocus(true);
     edit->setMinimumHeight(edit->fontMetrics().lineSpacing() * 5);
+    edit->setMaximumHeight(edit->fontMetrics().lineSpacing() * 10);
     if (!placeholderKey.isEmpty())
         Localizer::setPlaceholderKey(edit, placeholderKey);
     setUp(edit, key, labelKey, toolTipKey);
@@ -177,6 +181,7 @@ QSpinBox* PreferenceForm::addNumber(
     auto* spin = new QSpinBox(this);
     spin->setRange(0, std::numeric_limits<int>::max());
     spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(QStringLiteral("0000000000")));
+    spin->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setUp(spin, key, labelKey, toolTipKey);
     addRow(labelKey, spin);
     bind(target, key, [spin](const Value& value) {
@@ -201,8 +206,9 @@ QLabel* PreferenceForm::addInfo(const QString& labelKey)
 
 QLabel* PreferenceForm::addNote(const QString& textKey)
 {
+    // One line each: a wrapping label in a form is given the height of several
+    // lines whatever its width, which tears it away from the field it explains.
     auto* note = new QLabel(textKey, this);
-    note->setWordWrap(true);
     note->setForegroundRole(QPalette::PlaceholderText);
     addRow(QString(), note);
     return note;
@@ -232,6 +238,23 @@ void PreferenceForm::updateDependents()
                 label->setEnabled(on);
         }
     }
+}
+
+int PreferenceForm::labelColumnWidth() const
+{
+    int width = 0;
+    for (const QLabel* label : m_labels)
+        width = qMax(width, label->sizeHint().width());
+    return width;
+}
+
+void PreferenceForm::setLabelColumnWidth(int width)
+{
+    for (QLabel* label : std::as_const(m_labels))
+        label->setMinimumWidth(width);
+    // Without labels the field column starts one spacing in from the edge; move it over by the labels' width.
+    const int indent = m_labels.isEmpty() ? width : 0;
+    m_form->setContentsMargins(indent, 0, 0, 0);
 }
 
 void PreferenceForm::setDocument(Document* document)

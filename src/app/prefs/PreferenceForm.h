@@ -70,6 +70,12 @@ public:
     /// Enables @p widgets (and their labels) only while @p master is checked.
     void enableWhenChecked(QCheckBox* master, const QList<QWidget*>& widgets);
 
+    /// The width the form's labels need (0 for a form without labels).
+    int labelColumnWidth() const;
+    /// Puts the fields at @p width from the left edge, so that every page of
+    /// a window lines its fields up in the same column.
+    void setLabelColumnWidth(int width);
+
     void setDocument(Document* document);
     Document* document() const;
     /// Shows the stored values; editors the user is typing in keep their text
@@ -97,6 +103,7 @@ private:
 
     QPointer<Document> m_document;
     QFormLayout* m_form = nullptr;
+    QList<QLabel*> m_labels;
     QList<Binding> m_bindings;
     QList<std::function<void()>> m_settingRefreshers;
     QList<std::pair<QCheckBox*, QList<QWidget*>>> m_dependents;

@@ -50,5 +50,6 @@ void PreferencePageButton::paintEvent(QPaintEvent* event)
     // Drawn as enabled, so the style picks the normal text colour and icon.
     option.state |= QStyle::State_Enabled;
     option.state &= ~(QStyle::State_MouseOver | QStyle::State_Raised | QStyle::State_Sunken);
+    option.palette.setCurrentColorGroup(isActiveWindow() ? QPalette::Active : QPalette::Inactive);
     painter.drawComplexControl(QStyle::CC_ToolButton, option);
 }

@@ -90,6 +90,9 @@ void PreferencePages::buildNumbering(PreferenceForm* form)
         Target::Preferences, key("voucherNumber"), key("PREFS_VOUCHER_NUMBER"), key("PREFS_VOUCHER_NUMBER_TOOLTIP"));
     QLineEdit* suffix = form->addLine(Target::Preferences, key("voucherSuffix"), key("PREFS_VOUCHER_SUFFIX"),
         key("PREFS_VOUCHER_SUFFIX_PLACEHOLDER"), key("PREFS_VOUCHER_SUFFIX_TOOLTIP"));
+    // Prefix and suffix are a few characters; full-width fields would suggest otherwise.
+    for (QLineEdit* part : { prefix, suffix })
+        part->setMaximumWidth(part->fontMetrics().horizontalAdvance(QLatin1Char('M')) * 16);
     m_voucherExample = form->addInfo(key("PREFS_VOUCHER_EXAMPLE"));
     m_voucherExample->setObjectName(QStringLiteral("voucherExample"));
     form->addNote(key("PREFS_VOUCHER_NOTE"));

@@ -4,12 +4,13 @@
 #include "app/prefs/PreferenceForm.h"
 #include "app/prefs/PreferencePageButton.h"
 #include "app/prefs/PreferencePages.h"
+#include "app/style/Icons.h"
+#include "controls/KVSeparator.h"
 #include "model/QuillarcContainer.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QEvent>
-#include <QFrame>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QScreen>
@@ -33,6 +34,7 @@ PreferencesWindow::PreferencesWindow(QWidget* parent)
         const auto& info = infos[size_t(index)];
         auto* button = new PreferencePageButton(
             index, QString::fromLatin1(info.titleKey), QString::fromLatin1(info.toolTipKey), this);
+        button->setIcon(Icons::icon(QString::fromLatin1(info.iconName)));
         connect(button, &QAbstractButton::clicked, this, &PreferencesWindow::selectViewAction);
         bar->addWidget(button);
         m_prefButtons[size_t(index)] = button;
@@ -40,17 +42,11 @@ PreferencesWindow::PreferencesWindow(QWidget* parent)
     bar->addStretch(1);
     layout->addLayout(bar);
 
-    auto* line = new QFrame(this);
-    line->setFrameShape(QFrame::HLine);
-    line->setFrameShadow(QFrame::Plain);
-    line->setForegroundRole(QPalette::Mid);
-    layout->addWidget(line);
+    layout->addWidget(new KVSeparator(Qt::Horizontal, this));
 
-    // The pages sit on the control-background colour, the buttons on the window's.
+    // The pages stay on the window colour so that text fields stand out from them in both themes.
     m_tabView = new QStackedWidget(this);
     m_tabView->setObjectName(QStringLiteral("tabView"));
-    m_tabView->setBackgroundRole(QPalette::Base);
-    m_tabView->setAutoFillBackground(true);
     m_pages = new PreferencePages(m_tabView);
     for (PreferenceForm* form : m_pages->forms())
         m_tabView->addWidget(form);
@@ -63,14 +59,24 @@ PreferencesWindow::PreferencesWindow(QWidget* parent)
     });
     connect(Localizer::instance(), &Localizer::relocalized, this, [this] {
         viewActions();
-        setMinimumSize(sizeHint());
+        fitToTexts();
     });
 
     Localizer::localize(this);
     selectViewWithIndex(0);
     updateTitle();
-    setMinimumSize(sizeHint());
+    fitToTexts();
     resize(sizeHint());
+}
+
+void PreferencesWindow::fitToTexts()
+{
+    int width = 0;
+    for (const PreferenceForm* form : m_pages->forms())
+        width = qMax(width, form->labelColumnWidth());
+    for (PreferenceForm* form : m_pages->forms())
+        form->setLabelColumnWidth(width);
+    setMinimumSize(sizeHint());
 }
 
 QAbstractButton* PreferencesWindow::prefButton(int index) const

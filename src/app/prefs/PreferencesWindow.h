@@ -55,6 +55,8 @@ protected:
 
 private:
     void updateTitle();
+    /// Lines the fields of every page up and fits the window to the texts.
+    void fitToTexts();
     void centreOnScreen();
 
     QPointer<Document> m_mainDocument;
