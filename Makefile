@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 # A compiler cache speeds up rebuilds where one is installed; the build never needs it.
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: deps configure build run test bench fuzz clean
+.PHONY: deps configure build run test bench fuzz screens clean
 
 deps:
 	bash scripts/install-deps.sh
@@ -23,6 +23,9 @@ run: deps build
 
 test: deps build
 	cd $(BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
+
+screens: deps configure
+	bash scripts/render-screens.sh $(BUILD_DIR)
 
 bench: deps build
 	bash scripts/run-benchmarks.sh $(BUILD_DIR)

@@ -16,8 +16,10 @@ PACKAGES=(
   shared-mime-info fonts-dejavu-core fonts-wqy-microhei
   # the archive window's typeface
   fonts-inter
+  # registering the quillarc:// handler for the user
+  xdg-utils
   # tests, benchmarks and fuzzing
-  poppler-utils clang libclang-rt-14-dev
+  poppler-utils clang libclang-rt-14-dev desktop-file-utils
   # scanning: SANE's test scanner (in libsane1) and scanimage for the benchmark
   libsane1 sane-utils
   # a private session bus for the theme's desktop-portal test

@@ -100,6 +100,9 @@ public:
 
     /// Clears the open mark, allows validation and saves: closing a window.
     bool close(QString* error = nullptr);
+    /// Clears the open mark ("isAlreadyOpen" NO, "host" empty) without saving:
+    /// the window's closing and quitting save through saveToURL() afterwards.
+    void clearOpenMark();
 
     void createInitialData();
     bool checkForFilesWrappers();
@@ -124,7 +127,11 @@ public:
     QList<ValueMap> allFileKinds() const;
 
     // ChangeNode: the end of every change chain.
-    void valuesChanged() override { updateChangeCount(); }
+    void valuesChanged() override
+    {
+        updateChangeCount();
+        Q_EMIT changed();
+    }
     Document* document() const override { return const_cast<Document*>(this); }
 
     void updateChangeCount();
@@ -155,6 +162,9 @@ public:
 
 Q_SIGNALS:
     void editedChanged(bool edited);
+    /// Something in the archive changed (once per burst of changes): views
+    /// that show archive texts outside the lists refresh on it.
+    void changed();
     void integrityStringChanged(const QString& text);
 
 private:

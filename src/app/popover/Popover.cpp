@@ -62,6 +62,9 @@ void Popover::showRelativeTo(QWidget* anchor)
         origin.setY(qMax(available.top(), origin.y()));
     }
     move(origin);
+    // The arrow points at the anchor even where the screen's edge pushed the popover aside.
+    m_arrowX = qBound<qreal>(cornerRadius + arrowHeight, anchorRect.center().x() - origin.x() + 0.5,
+        width() - cornerRadius - arrowHeight);
     show();
     raise();
     activateWindow();
@@ -113,7 +116,7 @@ void Popover::paintEvent(QPaintEvent*)
     const QRectF panel = QRectF(rect()).adjusted(0.5, m_above ? 0.5 : arrowHeight + 0.5, -0.5, m_above ? -arrowHeight - 0.5 : -0.5);
     QPainterPath path;
     path.addRoundedRect(panel, cornerRadius, cornerRadius);
-    const qreal middle = width() / 2.0;
+    const qreal middle = m_arrowX >= 0 ? m_arrowX : width() / 2.0;
     QPolygonF arrow;
     if (m_above)
         arrow << QPointF(middle - arrowHeight, panel.bottom()) << QPointF(middle, height() - 0.5) << QPointF(middle + arrowHeight, panel.bottom());

@@ -45,4 +45,5 @@ private:
     QPointer<PopoverController> m_content;
     Behavior m_behavior;
     bool m_above = false;
+    qreal m_arrowX = -1; ///< where the arrow points, in the popover; -1 for the middle
 };
