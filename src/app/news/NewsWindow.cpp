@@ -1,6 +1,7 @@
 #include "app/news/NewsWindow.h"
 
 #include "app/core/AppInfo.h"
+#include "app/core/AppSettings.h"
 #include "app/i18n/Localizer.h"
 #include "app/news/NewsBrowser.h"
 #include "app/news/NewsList.h"
@@ -18,7 +19,7 @@
 namespace {
 Q_LOGGING_CATEGORY(newsLog, "quillarc.news")
 
-const QString currentNewsNumberKey = QStringLiteral("currentNewsNumber");
+const QString& currentNewsNumberKey = AppSettings::currentNewsNumber;
 constexpr qint64 listByteLimit = 1024 * 1024;
 constexpr qint64 pageByteLimit = 8 * 1024 * 1024;
 

@@ -1,5 +1,6 @@
 #include "app/prefs/PreferencePages.h"
 
+#include "app/core/AppSettings.h"
 #include "app/prefs/PreferenceForm.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
