@@ -187,6 +187,20 @@ private Q_SLOTS:
         QCOMPARE(dayStart(moment).toLocalTime().time(), QTime(0, 0));
         QCOMPARE(dayStart(moment).secsTo(dayEnd(moment)), seconds);
     }
+
+    void flagsAsText()
+    {
+        KVLocalizationDictionary& table = KVLocalizationDictionary::sharedLocalizationDictionary();
+        const QHash<QString, QString> before = table.localizationDictionary();
+        QHash<QString, QString> flags = before;
+        flags.insert(QStringLiteral("BOOL_STRING_TRUE"), QStringLiteral("Ja"));
+        flags.insert(QStringLiteral("BOOL_STRING_FALSE"), QStringLiteral("Nein"));
+        table.setLocalizationDictionary(flags);
+        const QStringList shown { boolStringValue(true), boolStringValue(false), boolStringValueInverted(true),
+            boolStringValueInverted(false) };
+        table.setLocalizationDictionary(before);
+        QCOMPARE(shown, QStringList({ "Ja", "Nein", "Nein", "Ja" }));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestStringHelpers)

@@ -150,6 +150,16 @@ QString URLDecodedString(const QString& text)
     return nonNilString(decoded);
 }
 
+QString boolStringValue(bool value)
+{
+    return localizedString(value ? QStringLiteral("BOOL_STRING_TRUE") : QStringLiteral("BOOL_STRING_FALSE"));
+}
+
+QString boolStringValueInverted(bool value)
+{
+    return boolStringValue(!value);
+}
+
 QDateTime dayStart(const QDateTime& date)
 {
     if (!date.isValid())

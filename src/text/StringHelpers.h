@@ -37,6 +37,11 @@ QString extensionUPPERCASEString(const QString& extension);
 /// string when an escape is malformed or the bytes are not valid UTF-8.
 QString URLDecodedString(const QString& text);
 
+/// A flag shown as text: the localized "BOOL_STRING_TRUE" for true, "BOOL_STRING_FALSE" for false.
+QString boolStringValue(bool value);
+/// The reverse of boolStringValue(), for settings worded as their opposite.
+QString boolStringValueInverted(bool value);
+
 /// The same calendar day as @p date in local time, at 00:00:00.
 QDateTime dayStart(const QDateTime& date);
 /// The same calendar day as @p date in local time, at 23:59:59 (one second short of
