@@ -15,6 +15,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
+
 ExportJob ExportJob::forGroup(const Document& archive, const GroupPtr& group, const QString& folder)
 {
     const QList<DocumentPtr> documents = group ? Exporter::sortedForGroup(group->documents()) : QList<DocumentPtr>();
@@ -74,11 +76,20 @@ qint64 ExportJob::memberBytes() const
 bool ExportJob::writeFile(const QString& path, const QByteArray& bytes, QString* error)
 {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return true;
+    QString reason;
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush()) {
+        // A write cut short by a full disk is not always reported as an
+        // error: the temporary file must hold every byte before it is renamed.
+        if (file.size() == bytes.size() && file.commit())
+            return true;
+        reason = file.size() != bytes.size() ? qt_error_string(errno) : file.errorString();
+        file.cancelWriting();
+    } else {
+        reason = file.errorString();
+    }
     if (error) {
         *error = localizedString(QStringLiteral("The file could not be written."))
-            + QStringLiteral(" (%1: %2)").arg(path, file.errorString());
+            + QStringLiteral(" (%1: %2)").arg(path, reason);
     }
     return false;
 }
