@@ -1,4 +1,6 @@
+#include "app/popover/InfoPopover.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/popover/SearchPopover.h"
 
 // Each popover screen of the application, registered under its class name.
 // A screen's header is included here and one line added below.
@@ -9,4 +11,8 @@ void PopoverRegistry::registerBuiltIns()
     if (done)
         return;
     done = true;
+    registerFactory(QStringLiteral("DocumentInfo_Popover"), [] { return new InfoPopover; });
+    // Archive windows keep one search popover per archive (SearchPopover::forDocument);
+    // this one is for showing it by name.
+    registerFactory(QStringLiteral("Search_Popover"), [] { return new SearchPopover; });
 }
