@@ -5,7 +5,11 @@
 #include "text/StringHelpers.h"
 
 #include <algorithm>
-#include <numeric>
+
+namespace {
+/// The slot of a content position the index does not hold.
+constexpr quint32 noSlot = 0xffffffffu;
+} // namespace
 
 DocumentSearch::DocumentSearch()
     : m_sortDescriptor(DocumentOrdering::sortDescriptorFor(0, 0))
@@ -21,9 +25,10 @@ void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
 {
     m_content = documents;
     m_fileKinds = fileKinds;
-    m_index.build(m_content);
-    m_slotOfPosition.resize(size_t(m_content.size()));
-    std::iota(m_slotOfPosition.begin(), m_slotOfPosition.end(), 0u);
+    if (!m_sharedMode)
+        m_index.build(m_content);
+    m_mappedIndex = nullptr;
+    m_slotOfPosition.clear();
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
     m_filterKind = false;
     m_filterPeriod = false;
@@ -45,7 +50,61 @@ void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
     m_predicate = SearchPredicate();
     m_searchText = QString();
     m_filterPredicate = SearchPredicate();
-    m_hits = m_index.liveSlots();
+    applyFilter();
+}
+
+void DocumentSearch::useSharedIndex(const SearchIndex* index)
+{
+    m_sharedMode = true;
+    m_shared = index;
+    m_index.clear();
+    applyFilter();
+}
+
+void DocumentSearch::useOwnIndex()
+{
+    if (!m_sharedMode)
+        return;
+    m_sharedMode = false;
+    m_shared = nullptr;
+    m_index.build(m_content);
+    applyFilter();
+}
+
+void DocumentSearch::mapPositionsToSlots()
+{
+    const SearchIndex* index = currentIndex();
+    if (index == m_mappedIndex && (!index || index->revision() == m_mappedRevision)
+        && m_slotOfPosition.size() == size_t(m_content.size()))
+        return;
+    m_slotOfPosition.resize(size_t(m_content.size()));
+    for (qsizetype position = 0; position < m_content.size(); ++position) {
+        const qint64 slot = index ? index->slotOf(m_content.at(position).get()) : -1;
+        m_slotOfPosition[size_t(position)] = slot < 0 ? noSlot : quint32(slot);
+    }
+    m_mappedIndex = index;
+    m_mappedRevision = index ? index->revision() : 0;
+}
+
+void DocumentSearch::applyFilter()
+{
+    mapPositionsToSlots();
+    const quint32 count = quint32(m_content.size());
+    m_hits = SearchSlotSet(count);
+    if (m_filterPredicate.isNull()) {
+        for (quint32 position = 0; position < count; ++position)
+            m_hits.insert(position);
+        return;
+    }
+    const SearchIndex* index = currentIndex();
+    const SearchIndex::SlotSet slotHits = index ? index->filter(m_filterPredicate) : SearchIndex::SlotSet();
+    for (quint32 position = 0; position < count; ++position) {
+        const quint32 slot = m_slotOfPosition[position];
+        // A document the index does not hold (yet) is asked directly, with the same answer.
+        const bool hit = slot != noSlot ? slotHits.contains(slot) : m_filterPredicate.evaluate(*m_content.at(position));
+        if (hit)
+            m_hits.insert(position);
+    }
 }
 
 QString DocumentSearch::normalizedSearchText(const QString& text)
@@ -101,7 +160,7 @@ void DocumentSearch::searchDocuments()
     if (!m_filterKind && text.isEmpty() && !m_filterPeriod) {
         // The list is unfiltered; the last predicate is deliberately kept.
         m_filterPredicate = SearchPredicate();
-        m_hits = m_index.liveSlots();
+        applyFilter();
         return;
     }
 
@@ -117,19 +176,18 @@ void DocumentSearch::searchDocuments()
     }
     m_predicate = SearchPredicate::andPredicate(std::move(parts));
     m_filterPredicate = m_predicate;
-    m_hits = m_index.filter(m_filterPredicate);
+    applyFilter();
 }
 
 void DocumentSearch::refreshDocument(const DocumentPtr& document)
 {
-    const qint64 oldSlot = m_index.slotOf(document.get());
-    const auto position = std::find(m_slotOfPosition.begin(), m_slotOfPosition.end(), quint32(oldSlot));
-    if (oldSlot < 0 || position == m_slotOfPosition.end())
+    if (!m_content.contains(document))
         return;
-    m_index.refreshDocument(document);
-    *position = quint32(m_index.slotOf(document.get()));
+    // A shared index is brought up to date by its keeper.
+    if (!m_sharedMode)
+        m_index.refreshDocument(document);
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
-    m_hits = m_filterPredicate.isNull() ? m_index.liveSlots() : m_index.filter(m_filterPredicate);
+    applyFilter();
 }
 
 void DocumentSearch::setSortDescriptor(const SortDescriptor& descriptor)
@@ -155,7 +213,7 @@ std::vector<quint32> DocumentSearch::arrangedPositions() const
     std::vector<quint32> positions;
     positions.reserve(m_hits.count());
     for (const quint32 position : m_order) {
-        if (m_hits.contains(m_slotOfPosition[position]))
+        if (m_hits.contains(position))
             positions.push_back(position);
     }
     return positions;

@@ -59,6 +59,16 @@ public:
     /// texts and dates (the list itself and its order stay as they are).
     void refreshDocument(const DocumentPtr& document);
 
+    /// Searches through @p index, an index of the archive that is kept current
+    /// elsewhere (ArchiveSearchIndex), instead of building one of its own at
+    /// every reset; nullptr while that index is still being built. Documents
+    /// the index does not hold (all of them while there is none) are found
+    /// by evaluating the filter on them, with the same result.
+    void useSharedIndex(const SearchIndex* index);
+    /// Back to an index of its own, built at every reset (the default).
+    void useOwnIndex();
+    bool usesSharedIndex() const { return m_sharedMode; }
+
     /// The order of the list (the main view's current sort descriptor).
     void setSortDescriptor(const SortDescriptor& descriptor);
     SortDescriptor sortDescriptor() const { return m_sortDescriptor; }
@@ -70,6 +80,7 @@ public:
     std::vector<quint32> arrangedPositions() const;
     const QList<DocumentPtr>& content() const { return m_content; }
     const QList<ValueMap>& fileKinds() const { return m_fileKinds; }
+    /// The index of its own (unused while a shared one is used).
     const SearchIndex& index() const { return m_index; }
     SearchIndex& index() { return m_index; }
 
@@ -85,6 +96,13 @@ public:
     static SearchPredicate kindPredicate(const QString& kind);
 
 private:
+    /// The index the filter goes through: its own, the shared one, or none.
+    const SearchIndex* currentIndex() const { return m_sharedMode ? m_shared : &m_index; }
+    /// Which content positions pass the current filter.
+    void applyFilter();
+    /// Reads every position's slot again when the index changed since.
+    void mapPositionsToSlots();
+
     QString m_searchText;
     QString m_fileKind;
     QDateTime m_startDate;
@@ -96,8 +114,12 @@ private:
     QList<DocumentPtr> m_content;
     QList<ValueMap> m_fileKinds;
     SearchIndex m_index;
-    SearchIndex::SlotSet m_hits;
+    const SearchIndex* m_shared = nullptr;
+    bool m_sharedMode = false;
+    quint64 m_mappedRevision = 0;
+    const SearchIndex* m_mappedIndex = nullptr;
+    SearchSlotSet m_hits; ///< content positions that pass the filter
     SortDescriptor m_sortDescriptor;
     std::vector<quint32> m_order;
-    std::vector<quint32> m_slotOfPosition; ///< index slot of each content position
+    std::vector<quint32> m_slotOfPosition; ///< index slot of each content position; noSlot when not indexed
 };

@@ -53,6 +53,17 @@ public:
         int segments = 0;
     };
 
+    /// What the index keeps of one document, read on the thread that owns
+    /// the documents; building from records reads no document, so it may run
+    /// on any thread.
+    struct Record
+    {
+        DocumentPtr document;
+        std::array<QString, fieldCount> texts; ///< the searchable fields in fieldKeys() order
+        double fileDate = 0; ///< NaN for nil
+        QString fileKind; ///< null for nil
+    };
+
     SearchIndex();
     ~SearchIndex();
     SearchIndex(const SearchIndex&) = delete;
@@ -68,6 +79,14 @@ public:
 
     /// Replaces the contents with @p documents; slots follow the list order.
     void build(const QList<DocumentPtr>& documents);
+    /// The same from records taken before (see records()); reads no document.
+    void build(std::vector<Record> records);
+    /// The records of @p documents, for a build elsewhere.
+    static std::vector<Record> records(const QList<DocumentPtr>& documents);
+    static Record recordOf(const DocumentPtr& document);
+    /// Changes with every build, addition, refresh and removal, so a user of
+    /// the index can tell that slots may have moved.
+    quint64 revision() const { return m_revision; }
     void clear();
     /// Takes in one document (it gets the next slot).
     void addDocument(const DocumentPtr& document);
@@ -90,7 +109,7 @@ public:
     Statistics statistics() const;
 
 private:
-    void appendSlot(const DocumentPtr& document);
+    void appendSlot(const Record& record);
     void indexTailIfFull();
 
     std::vector<std::unique_ptr<SearchSegment>> m_segments;
@@ -102,4 +121,5 @@ private:
     QHash<const QuillarcDocument*, qint64> m_slotOf;
     SlotSet m_live;
     int m_threads = 2;
+    quint64 m_revision = 0;
 };

@@ -43,9 +43,9 @@ void SearchSegment::reserve(size_t foldedBytes, quint32 documents)
     m_fieldStart.reserve(size_t(documents) * fieldCount + 1);
 }
 
-void SearchSegment::append(const QuillarcDocument& document)
+SearchSegment::Texts SearchSegment::textsOf(const QuillarcDocument& document)
 {
-    const QString texts[fieldCount] = {
+    return {
         document.tagsAsString(),
         document.field(QuillarcDocument::Title).toString(),
         document.field(QuillarcDocument::Name).toString(),
@@ -55,6 +55,10 @@ void SearchSegment::append(const QuillarcDocument& document)
         document.field(QuillarcDocument::SlipNumber).toString(),
         document.field(QuillarcDocument::ContentString).toString(),
     };
+}
+
+void SearchSegment::append(const Texts& texts)
+{
     for (const QString& text : texts) {
         m_textBytes += utf8Size(text);
         TextFolding::appendFoldedUtf8(text, m_folded);
