@@ -52,6 +52,15 @@ void SearchHitModel::setSortDescriptor(const SortDescriptor& descriptor)
     Q_EMIT hitsChanged();
 }
 
+void SearchHitModel::useSharedIndex(const SearchIndex* index)
+{
+    beginResetModel();
+    m_search.useSharedIndex(index);
+    takeHits();
+    endResetModel();
+    Q_EMIT hitsChanged();
+}
+
 void SearchHitModel::takeHits()
 {
     m_positions = m_search.arrangedPositions();

@@ -47,6 +47,8 @@ public:
     void searchDocuments();
     /// Lists the hits in @p descriptor's order (the main view's order).
     void setSortDescriptor(const SortDescriptor& descriptor);
+    /// Searches through the archive's shared index (nullptr while it is built).
+    void useSharedIndex(const SearchIndex* index);
 
     DocumentPtr documentAt(int row) const;
     /// The row of @p document, or -1 when it is not among the hits.

@@ -6,6 +6,7 @@
 #include "app/popover/SearchPopoverDelegate.h"
 #include "app/style/Icons.h"
 #include "model/QuillarcDocument.h"
+#include "output/ArchiveSearchIndex.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
 
@@ -179,10 +180,25 @@ bool SearchPopover::isResetPending() const
     return m_resetTimer->isActive();
 }
 
+void SearchPopover::useArchiveIndex()
+{
+    ArchiveSearchIndex* index = ArchiveSearchIndex::forDocument(document());
+    if (m_usesArchiveIndex || !index)
+        return;
+    m_usesArchiveIndex = true;
+    // Until the structures are ready the filter asks each document: same hits, only slower.
+    m_model->search().useSharedIndex(index->index());
+    connect(index, &ArchiveSearchIndex::ready, this, [this, index] {
+        m_model->useSharedIndex(index->index());
+        keepSelection();
+    });
+}
+
 void SearchPopover::performReset()
 {
     if (!document())
         return;
+    useArchiveIndex();
     m_selected.reset();
     m_results->clearSelection();
     m_model->resetArrayAndFilter(*document());

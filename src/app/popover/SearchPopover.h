@@ -83,6 +83,8 @@ Q_SIGNALS:
 
 private:
     void buildLayout();
+    /// Searches through the archive's shared index from now on.
+    void useArchiveIndex();
     void performReset();
     void showFilterState();
     void takeControlValues();
@@ -102,4 +104,5 @@ private:
     std::function<SortDescriptor()> m_sortProvider;
     std::weak_ptr<QuillarcDocument> m_selected;
     bool m_updatingControls = false;
+    bool m_usesArchiveIndex = false;
 };
