@@ -189,6 +189,33 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(watched.expired(), 20000);
     }
 
+    void stepwiseSearchEndsWithTheSameHits()
+    {
+        // No structures yet and a budget too small for the archive: the hits arrive in steps, in list order.
+        DocumentSearch search;
+        search.useSharedIndex(nullptr);
+        search.setDirectTimeBudget(1);
+        search.resetArrayAndFilter(*m_archive);
+        search.setSearchText(QStringLiteral("miete"));
+        search.searchDocuments();
+        int steps = 1;
+        QStringList partial = ids(search.arrangedObjects());
+        while (!search.isComplete()) {
+            QVERIFY(!search.continueSearch() || search.isComplete());
+            const QStringList more = ids(search.arrangedObjects());
+            // What was decided stays; later steps only add further down the list.
+            QVERIFY(more.mid(0, partial.size()) == partial);
+            partial = more;
+            ++steps;
+        }
+        DocumentSearch own;
+        own.resetArrayAndFilter(*m_archive);
+        own.setSearchText(QStringLiteral("miete"));
+        own.searchDocuments();
+        QCOMPARE(partial, ids(own.arrangedObjects()));
+        qInfo("decided in %d steps", steps);
+    }
+
     void searchKeepsFindingEditedTextWithItsOwnIndex()
     {
         DocumentSearch search;

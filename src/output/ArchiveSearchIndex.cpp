@@ -4,6 +4,7 @@
 #include "store/Document.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFutureWatcher>
 #include <QPromise>
 #include <QThreadPool>
@@ -28,8 +29,11 @@ ArchiveSearchIndex* ArchiveSearchIndex::forDocument(Document* archive)
 ArchiveSearchIndex::ArchiveSearchIndex(Document* archive)
     : QObject(archive)
     , m_archive(archive)
+    , m_readTimer(new QTimer(this))
     , m_syncTimer(new QTimer(this))
 {
+    m_readTimer->setInterval(0);
+    connect(m_readTimer, &QTimer::timeout, this, &ArchiveSearchIndex::readStep);
     m_syncTimer->setSingleShot(true);
     m_syncTimer->setInterval(syncDelayMs);
     connect(m_syncTimer, &QTimer::timeout, this, &ArchiveSearchIndex::synchronize);
@@ -53,13 +57,41 @@ ArchiveSearchIndex::~ArchiveSearchIndex()
 
 void ArchiveSearchIndex::start()
 {
-    if (!m_archive || m_watcher)
+    if (!m_archive || isBuilding())
         return;
     m_building = m_archive->allDocuments();
-    std::vector<SearchIndex::Record> records = SearchIndex::records(m_building);
+    m_records.clear();
+    m_records.reserve(size_t(m_building.size()));
+    m_readPosition = 0;
     m_edited.clear();
     m_membershipChanged = false;
+    m_reading = true;
+    readStep();
+    if (m_reading)
+        m_readTimer->start();
+}
 
+void ArchiveSearchIndex::readStep()
+{
+    // The texts are taken on the thread that owns the documents, a few
+    // thousand at a time, so the window goes on answering while a large archive is read.
+    QElapsedTimer timer;
+    timer.start();
+    while (m_readPosition < m_building.size()) {
+        if (const DocumentPtr& document = m_building.at(m_readPosition++))
+            m_records.push_back(SearchIndex::recordOf(document));
+        if ((m_readPosition & 63) == 0 && timer.elapsed() >= readStepMs)
+            return;
+    }
+    m_readTimer->stop();
+    m_reading = false;
+    build();
+}
+
+void ArchiveSearchIndex::build()
+{
+    std::vector<SearchIndex::Record> records = std::move(m_records);
+    m_records = {};
     auto promise = std::make_shared<QPromise<std::shared_ptr<SearchIndex>>>();
     m_watcher = new QFutureWatcher<std::shared_ptr<SearchIndex>>(this);
     connect(m_watcher, &QFutureWatcherBase::finished, this, [this] {

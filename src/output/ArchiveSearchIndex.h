@@ -33,10 +33,15 @@ public:
     explicit ArchiveSearchIndex(Document* archive);
     ~ArchiveSearchIndex() override;
 
-    /// Starts the background build from the archive's documents as they are now.
+    /// Starts the build from the archive's documents as they are now: their
+    /// texts are read on this thread in short steps, then the structures are
+    /// built on a background thread.
     void start();
     bool isReady() const { return m_index != nullptr; }
-    bool isBuilding() const { return m_watcher != nullptr; }
+    bool isBuilding() const { return m_reading || m_watcher != nullptr; }
+
+    /// Main-thread time one step of reading documents may take.
+    static constexpr int readStepMs = 8;
     /// The structures, or nullptr until the first build has finished.
     const SearchIndex* index() const { return m_index.get(); }
 
@@ -55,6 +60,8 @@ Q_SIGNALS:
     void changed();
 
 private:
+    void readStep();
+    void build();
     void adopt(std::shared_ptr<SearchIndex> index);
 
     QPointer<Document> m_archive;
@@ -62,6 +69,10 @@ private:
     QFutureWatcher<std::shared_ptr<SearchIndex>>* m_watcher = nullptr;
     /// The documents of a running build, kept here so none is ever freed on the build's thread.
     QList<DocumentPtr> m_building;
+    std::vector<SearchIndex::Record> m_records;
+    qsizetype m_readPosition = 0;
+    bool m_reading = false;
+    QTimer* m_readTimer;
     QSet<const QuillarcDocument*> m_edited;
     bool m_membershipChanged = false;
     QTimer* m_syncTimer;

@@ -4,6 +4,7 @@
 #include "store/Document.h"
 #include "text/StringHelpers.h"
 
+#include <QElapsedTimer>
 #include <algorithm>
 
 namespace {
@@ -91,6 +92,8 @@ void DocumentSearch::applyFilter()
     mapPositionsToSlots();
     const quint32 count = quint32(m_content.size());
     m_hits = SearchSlotSet(count);
+    m_pending.clear();
+    m_pendingNext = 0;
     if (m_filterPredicate.isNull()) {
         for (quint32 position = 0; position < count; ++position)
             m_hits.insert(position);
@@ -98,13 +101,35 @@ void DocumentSearch::applyFilter()
     }
     const SearchIndex* index = currentIndex();
     const SearchIndex::SlotSet slotHits = index ? index->filter(m_filterPredicate) : SearchIndex::SlotSet();
-    for (quint32 position = 0; position < count; ++position) {
+    // Documents the index does not hold (yet) are asked directly, with the same
+    // answer; in list order, so that the top of the list is decided first.
+    for (const quint32 position : m_order) {
         const quint32 slot = m_slotOfPosition[position];
-        // A document the index does not hold (yet) is asked directly, with the same answer.
-        const bool hit = slot != noSlot ? slotHits.contains(slot) : m_filterPredicate.evaluate(*m_content.at(position));
-        if (hit)
+        if (slot == noSlot)
+            m_pending.push_back(position);
+        else if (slotHits.contains(slot))
             m_hits.insert(position);
     }
+    continueSearch();
+}
+
+bool DocumentSearch::continueSearch()
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (m_pendingNext < m_pending.size()) {
+        const quint32 position = m_pending[m_pendingNext++];
+        if (m_filterPredicate.evaluate(*m_content.at(position)))
+            m_hits.insert(position);
+        // The clock is read now and then only: asking one document takes microseconds.
+        if (m_directBudgetMs > 0 && (m_pendingNext & 15) == 0 && timer.elapsed() >= m_directBudgetMs)
+            break;
+    }
+    if (m_pendingNext < m_pending.size())
+        return false;
+    m_pending.clear();
+    m_pendingNext = 0;
+    return true;
 }
 
 QString DocumentSearch::normalizedSearchText(const QString& text)

@@ -69,6 +69,18 @@ public:
     void useOwnIndex();
     bool usesSharedIndex() const { return m_sharedMode; }
 
+    /// Longest time, in milliseconds, that searchDocuments() and
+    /// continueSearch() spend asking documents directly (those no index
+    /// holds); 0, the default, for no limit. With a limit, a search over an
+    /// archive whose index is still being built returns at once with the
+    /// hits decided so far, and continueSearch() decides the rest.
+    void setDirectTimeBudget(int milliseconds) { m_directBudgetMs = qMax(0, milliseconds); }
+    /// True when every document has been decided for the current filter.
+    bool isComplete() const { return m_pending.empty(); }
+    /// Decides more of the documents still open, within the time budget;
+    /// true once every document is decided.
+    bool continueSearch();
+
     /// The order of the list (the main view's current sort descriptor).
     void setSortDescriptor(const SortDescriptor& descriptor);
     SortDescriptor sortDescriptor() const { return m_sortDescriptor; }
@@ -118,7 +130,10 @@ private:
     bool m_sharedMode = false;
     quint64 m_mappedRevision = 0;
     const SearchIndex* m_mappedIndex = nullptr;
-    SearchSlotSet m_hits; ///< content positions that pass the filter
+    SearchSlotSet m_hits; ///< content positions that pass the filter (among those decided)
+    std::vector<quint32> m_pending; ///< positions still to be asked directly, in list order
+    size_t m_pendingNext = 0;
+    int m_directBudgetMs = 0;
     SortDescriptor m_sortDescriptor;
     std::vector<quint32> m_order;
     std::vector<quint32> m_slotOfPosition; ///< index slot of each content position; noSlot when not indexed
