@@ -6,6 +6,7 @@
 
 #include <QLocale>
 #include <QPoint>
+#include <QTimer>
 
 namespace {
 /// Excerpts kept at most: a long scroll through the hits must not hold one
@@ -15,7 +16,13 @@ constexpr qsizetype matchCacheLimit = 2000;
 
 SearchHitModel::SearchHitModel(QObject* parent)
     : QAbstractListModel(parent)
+    , m_continue(new QTimer(this))
 {
+    // A search never holds the main thread longer than a step; the rest follows in steps.
+    m_search.setDirectTimeBudget(directStepMs);
+    m_continue->setInterval(0);
+    m_continue->setSingleShot(true);
+    connect(m_continue, &QTimer::timeout, this, &SearchHitModel::continueSearch);
 }
 
 void SearchHitModel::resetArrayAndFilter(const Document& archive)
@@ -27,18 +34,14 @@ void SearchHitModel::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
 {
     beginResetModel();
     m_search.resetArrayAndFilter(documents, fileKinds);
-    takeHits();
-    endResetModel();
-    Q_EMIT hitsChanged();
+    showHits();
 }
 
 void SearchHitModel::searchDocuments()
 {
     beginResetModel();
     m_search.searchDocuments();
-    takeHits();
-    endResetModel();
-    Q_EMIT hitsChanged();
+    showHits();
 }
 
 void SearchHitModel::setSortDescriptor(const SortDescriptor& descriptor)
@@ -47,18 +50,32 @@ void SearchHitModel::setSortDescriptor(const SortDescriptor& descriptor)
         return;
     beginResetModel();
     m_search.setSortDescriptor(descriptor);
-    takeHits();
-    endResetModel();
-    Q_EMIT hitsChanged();
+    showHits();
 }
 
 void SearchHitModel::useSharedIndex(const SearchIndex* index)
 {
     beginResetModel();
     m_search.useSharedIndex(index);
+    showHits();
+}
+
+void SearchHitModel::showHits()
+{
     takeHits();
     endResetModel();
+    if (m_search.isComplete())
+        m_continue->stop();
+    else
+        m_continue->start();
     Q_EMIT hitsChanged();
+}
+
+void SearchHitModel::continueSearch()
+{
+    beginResetModel();
+    m_search.continueSearch();
+    showHits();
 }
 
 void SearchHitModel::takeHits()

@@ -6,6 +6,8 @@
 #include <QAbstractListModel>
 #include <QHash>
 
+class QTimer;
+
 class Document;
 class QuillarcDocument;
 
@@ -58,6 +60,13 @@ public:
     /// Where the words of the current search occur in the hit at @p row.
     SearchExcerpt::Match matchAt(int row) const;
 
+    /// True while documents are still being decided (the archive's index is
+    /// being built): the rows grow as they are.
+    bool isSearching() const { return !m_search.isComplete(); }
+
+    /// Main-thread time one step of deciding documents directly may take.
+    static constexpr int directStepMs = 12;
+
     /// The localization key naming a searchable field ("SEARCH_FIELD_title").
     static QString fieldNameKey(const QString& fieldKey);
 
@@ -70,9 +79,13 @@ Q_SIGNALS:
 
 private:
     void takeHits();
+    /// Shows the hits after a search step; more steps follow while some are open.
+    void showHits();
+    void continueSearch();
 
     DocumentSearch m_search;
     std::vector<quint32> m_positions; ///< content positions of the rows
     mutable QHash<quint32, SearchExcerpt::Match> m_matches; ///< by content position, for m_matchText
     QString m_matchText;
+    QTimer* m_continue;
 };

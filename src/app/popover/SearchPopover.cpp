@@ -157,6 +157,13 @@ void SearchPopover::buildLayout()
     connect(m_kindPopUp, &QComboBox::currentIndexChanged, this, &SearchPopover::searchDocuments);
     connect(m_results, &QListView::clicked, this, &SearchPopover::selectSearchResult);
     connect(m_results, &QListView::activated, this, &SearchPopover::selectSearchResult);
+    // While the archive's index is built the hits arrive in steps.
+    connect(m_model, &SearchHitModel::hitsChanged, this, [this] {
+        if (m_model->isSearching() || m_model->search().isComplete()) {
+            keepSelection();
+            updateStatus();
+        }
+    });
     connect(m_results->selectionModel(), &QItemSelectionModel::currentChanged, this,
         [this](const QModelIndex& current) {
             if (!m_updatingControls)
