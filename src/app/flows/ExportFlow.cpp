@@ -75,6 +75,11 @@ void ExportFlow::exportDocument(const GroupPtr& currentGroup)
         });
 }
 
+FlowProgressSheet* ExportFlow::progressSheet() const
+{
+    return m_sheet;
+}
+
 void ExportFlow::cancel()
 {
     if (m_shared)

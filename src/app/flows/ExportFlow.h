@@ -45,7 +45,7 @@ public:
     /// Stops a running export before its next file.
     void cancel();
     /// The progress sheet while one shows, else nullptr.
-    FlowProgressSheet* progressSheet() const { return m_sheet; }
+    FlowProgressSheet* progressSheet() const;
 
     /// Called on the worker thread before each copy with the entry's index;
     /// for tests that need the worker to wait at a known point.
