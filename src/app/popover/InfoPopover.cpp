@@ -1,6 +1,7 @@
 #include "app/popover/InfoPopover.h"
 
 #include "app/i18n/Localizer.h"
+#include "app/popover/Popover.h"
 #include "app/style/Icons.h"
 #include "app/util/ExternalOpen.h"
 #include "controls/KVButton.h"
@@ -172,6 +173,15 @@ void InfoPopover::showState()
     }
     m_failLog->setVisible(!validating && m_lastRunFailed
         && QFileInfo::exists(IntegrityValidator::integrityLogPath()));
+    fitPopover();
+}
+
+void InfoPopover::fitPopover()
+{
+    // A longer state line, the bar or the log button need room the popover did not have when it opened.
+    layout()->activate();
+    if (auto* frame = qobject_cast<Popover*>(window()); frame && frame->isVisible())
+        frame->adjustSize();
 }
 
 void InfoPopover::showProgress(qint64 checked, qint64 total)
@@ -183,7 +193,10 @@ void InfoPopover::showProgress(qint64 checked, qint64 total)
     m_progress->setRange(0, total);
     m_progress->setValue(checked);
     m_progress->setText(QStringLiteral("%1 / %2").arg(checked).arg(total));
-    m_progress->setVisible(true);
+    if (!m_progress->isVisible()) {
+        m_progress->setVisible(true);
+        fitPopover();
+    }
 }
 
 void InfoPopover::openPath()

@@ -55,6 +55,7 @@ private Q_SLOTS:
 private:
     void buildLayout();
     void showState();
+    void fitPopover();
 
     QPointer<IntegrityValidator> m_validator;
     QLabel* m_path = nullptr;

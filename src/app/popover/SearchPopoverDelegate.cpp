@@ -121,18 +121,46 @@ void SearchPopoverDelegate::drawMarkedLine(QPainter* painter, const QRect& rect,
     markGround.setAlphaF(selected ? 0.0f : 0.22f);
     markFormat.setBackground(markGround);
 
-    QString line = prefix + text;
+    const QFont font = painter->font();
+    const QFontMetrics metrics(font);
+    const QString ellipsis = QStringLiteral("…");
+    QString excerpt = text;
+    QList<QPoint> shifted = marks;
+    // The first mark must be in sight: when it would end past the row, the
+    // excerpt starts later, behind an ellipsis.
+    if (!marks.isEmpty()) {
+        const int room = rect.width() - metrics.horizontalAdvance(prefix);
+        const QPoint first = marks.first();
+        const int markEnd = metrics.horizontalAdvance(text.left(first.x() + first.y()));
+        if (markEnd > room * 4 / 5) {
+            int cut = first.x();
+            while (cut > 0 && metrics.horizontalAdvance(text.mid(cut - 1, first.x() + first.y() - cut + 1)) < room * 3 / 5)
+                --cut;
+            if (cut > 0 && text.at(cut).isLowSurrogate())
+                --cut;
+            if (cut > 0) {
+                excerpt = ellipsis + text.mid(cut);
+                shifted.clear();
+                for (const QPoint& mark : marks) {
+                    const int start = qMax(mark.x(), cut);
+                    const int end = mark.x() + mark.y();
+                    if (end > start)
+                        shifted.append(QPoint(start - cut + int(ellipsis.size()), end - start));
+                }
+            }
+        }
+    }
+
+    QString line = prefix + excerpt;
     QList<QTextLayout::FormatRange> ranges { { 0, int(prefix.size()), prefixFormat } };
-    for (const QPoint& mark : marks)
+    for (const QPoint& mark : shifted)
         ranges.append({ int(prefix.size()) + mark.x(), mark.y(), markFormat });
 
-    const QFont font = painter->font();
     QTextLayout layout(line, font);
     layoutLine(layout, line, ranges);
     // Too long for the row: cut where it leaves the row and end with an ellipsis.
     if (layout.lineCount() && layout.lineAt(0).naturalTextWidth() > rect.width()) {
-        const QString ellipsis = QStringLiteral("…");
-        const int room = rect.width() - QFontMetrics(font).horizontalAdvance(ellipsis);
+        const int room = rect.width() - metrics.horizontalAdvance(ellipsis);
         int cut = layout.lineAt(0).xToCursor(qMax(0, room), QTextLine::CursorOnCharacter);
         if (cut > 0 && line.at(cut - 1).isHighSurrogate())
             --cut;
