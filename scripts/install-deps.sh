@@ -10,7 +10,7 @@ PACKAGES=(
   # engine libraries
   libpoppler-qt6-dev
   libtesseract-dev libleptonica-dev tesseract-ocr tesseract-ocr-eng tesseract-ocr-deu tesseract-ocr-osd
-  libzip-dev libuchardet-dev libheif-dev libsane-dev
+  libzip-dev libuchardet-dev libheif-dev libsane-dev libjpeg-dev zlib1g-dev
   qt6-image-formats-plugins
   # runtime data: MIME database, fonts for reports and rendering
   shared-mime-info fonts-dejavu-core fonts-wqy-microhei
@@ -18,6 +18,8 @@ PACKAGES=(
   fonts-inter
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev
+  # scanning: SANE's test scanner (in libsane1) and scanimage for the benchmark
+  libsane1 sane-utils
   # a private session bus for the theme's desktop-portal test
   dbus-daemon
 )

@@ -1,4 +1,5 @@
 #include "TestSupport.h"
+#include "TextImages.h"
 #include "intake/ContentExtractor.h"
 #include "intake/ImageLoader.h"
 #include "intake/TextRecognizer.h"
@@ -20,6 +21,7 @@
 namespace {
 
 const QString kGerman = QStringLiteral("Hängeschränke, Größe, Übergabe");
+const QString kGermanFees = QStringLiteral("Gebühr für Türen");
 
 QFont textFont(int pointSize)
 {
@@ -42,24 +44,6 @@ bool writePdf(const QString& path, int pages, const std::function<void(QPainter&
         draw(painter, page);
     }
     return painter.end();
-}
-
-/// Black lines of text on white, as a clean 300 dpi scan would show them.
-QImage renderedLines(const QStringList& lines, int pixelSize = 80)
-{
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(pixelSize);
-    const int lineHeight = pixelSize * 2;
-    QImage image(pixelSize * 24, lineHeight * int(lines.size()) + 2 * pixelSize, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    image.setDotsPerMeterX(11811);
-    image.setDotsPerMeterY(11811);
-    QPainter painter(&image);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    for (int i = 0; i < lines.size(); ++i)
-        painter.drawText(pixelSize, pixelSize + lineHeight * (i + 1) - pixelSize / 2, lines.at(i));
-    return image;
 }
 
 void appendPngChunk(QByteArray& png, const QByteArray& type, const QByteArray& data)
@@ -202,14 +186,20 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("lines");
         QTest::addColumn<QString>("text");
         const QStringList twoLines { QStringLiteral("Alpha"), QStringLiteral("Bravo") };
+        const QStringList german { kGerman, kGermanFees };
+        const QString germanText = " " + kGerman + " " + kGermanFees;
+        // Kind 0, no language chosen, reads German and English alike.
         // clang-format off
-        QTest::newRow("png accurate")  << "png"  << 1 << true  << twoLines                  << " Alpha Bravo";
-        QTest::newRow("jpg fast")      << "jpg"  << 1 << false << twoLines                  << " Alpha Bravo";
-        QTest::newRow("tif accurate")  << "tif"  << 1 << true  << twoLines                  << " Alpha Bravo";
-        QTest::newRow("heic")          << "heic" << 0 << true  << QStringList { "Charlie" } << " Charlie";
-        QTest::newRow("german")        << "png"  << 2 << true  << QStringList { kGerman }   << " " + kGerman;
-        QTest::newRow("PNG is no png") << "PNG"  << 1 << true  << QStringList { "Total" }   << "";
-        QTest::newRow("JPG is no jpg") << "JPG"  << 1 << true  << QStringList { "Total" }   << "";
+        QTest::newRow("png accurate")       << "png"  << 1 << true  << twoLines                  << " Alpha Bravo";
+        QTest::newRow("jpg fast")           << "jpg"  << 1 << false << twoLines                  << " Alpha Bravo";
+        QTest::newRow("tif accurate")       << "tif"  << 1 << true  << twoLines                  << " Alpha Bravo";
+        QTest::newRow("heic")               << "heic" << 0 << true  << QStringList { "Charlie" } << " Charlie";
+        QTest::newRow("german")             << "png"  << 2 << true  << german                    << germanText;
+        QTest::newRow("german, no choice")  << "png"  << 0 << true  << german                    << germanText;
+        QTest::newRow("german, fast")       << "jpg"  << 0 << false << german                    << germanText;
+        QTest::newRow("english, no choice") << "png"  << 0 << true  << twoLines                  << " Alpha Bravo";
+        QTest::newRow("PNG is no png")      << "PNG"  << 1 << true  << QStringList { "Total" }   << "";
+        QTest::newRow("JPG is no jpg")      << "JPG"  << 1 << true  << QStringList { "Total" }   << "";
         // clang-format on
     }
     void imagesAreRecognised()
@@ -220,7 +210,8 @@ private Q_SLOTS:
         QFETCH(QStringList, lines);
         QFETCH(QString, text);
         const QString file = path(QStringLiteral("lines.") + extension);
-        const QImage image = renderedLines(lines, languageKind == 2 ? 60 : 80);
+        // Long lines are drawn smaller so that they fit the page.
+        const QImage image = renderedLines(lines, lines.first().size() > 20 ? 60 : 80);
         if (extension == QLatin1String("heic")) {
             if (!heif_have_encoder_for_format(heif_compression_HEVC))
                 QSKIP("no HEVC encoder to make a HEIC file");
@@ -248,10 +239,10 @@ private Q_SLOTS:
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("language");
         // clang-format off
-        QTest::newRow("none")    << 0 << "eng";
+        QTest::newRow("none")    << 0 << "deu+eng";
         QTest::newRow("English") << 1 << "eng";
         QTest::newRow("German")  << 2 << "deu";
-        QTest::newRow("unknown") << 7 << "eng";
+        QTest::newRow("unknown") << 7 << "deu+eng";
         // clang-format on
     }
     void languageKinds()

@@ -26,7 +26,8 @@ int runExtract(const QStringList& arguments)
             bool ok = false;
             const int kind = i + 1 < arguments.size() ? arguments.at(++i).toInt(&ok) : -1;
             if (!ok || kind < 0 || kind > 2)
-                return cliFail(kName, QStringLiteral("--ocr-language takes 0 (default), 1 (English) or 2 (German)"));
+                return cliFail(kName,
+                    QStringLiteral("--ocr-language takes 0 (default: German and English), 1 (English) or 2 (German)"));
             options.ocrLanguageKind = kind;
         } else if (argument.startsWith(QLatin1String("--"))) {
             return cliFail(kName, QStringLiteral("unknown option %1").arg(argument));

@@ -1,5 +1,7 @@
 #include "intake/TextRecognizer.h"
 
+#include "intake/PageOrientation.h"
+#include "intake/RecognitionThreads.h"
 #include "model/Logging.h"
 
 #include <QFile>
@@ -18,6 +20,10 @@ namespace {
 /// recogniser still reads well, while layout analysis sees a quarter of the
 /// pixels of a 300 dpi scan.
 constexpr int kFastLongSide = 1754;
+
+/// Mean word confidence (0-100) below which a page may be turned. Upright
+/// print reads at 80-96; the same text upside down at 20-50.
+constexpr int kUprightConfidence = 60;
 
 /// An engine is expensive to set up (100-200 ms to load the language data),
 /// so each thread keeps one per language and mode for its lifetime.
@@ -71,12 +77,65 @@ int dotsPerInch(const QImage& image)
     return dpi >= 50 && dpi <= 2400 ? dpi : 300;
 }
 
+/// The text of one recognition pass and how sure the recogniser was of its words.
+struct Reading
+{
+    QString text;
+    int confidence = 0;
+};
+
+/// One recognition pass over an 8-bit grey bitmap: each text line with its
+/// line end removed, appended as " " + the line.
+Reading read(tesseract::TessBaseAPI* engine, const QImage& bitmap, int dpi)
+{
+    Reading reading;
+    try {
+        engine->SetImage(bitmap.constBits(), bitmap.width(), bitmap.height(), 1, int(bitmap.bytesPerLine()));
+        engine->SetSourceResolution(dpi);
+        if (engine->Recognize(nullptr) != 0) {
+            qCWarning(lcQuillarc, "Text recognition failed");
+            engine->Clear();
+            return reading;
+        }
+        reading.confidence = engine->MeanTextConf();
+        std::unique_ptr<tesseract::ResultIterator> lines(engine->GetIterator());
+        if (lines && !lines->Empty(tesseract::RIL_TEXTLINE)) {
+            do {
+                std::unique_ptr<char[]> utf8(lines->GetUTF8Text(tesseract::RIL_TEXTLINE));
+                if (!utf8)
+                    continue;
+                QString line = QString::fromUtf8(utf8.get());
+                while (line.endsWith(QLatin1Char('\n')) || line.endsWith(QLatin1Char('\r')))
+                    line.chop(1);
+                if (line.trimmed().isEmpty())
+                    continue;
+                reading.text += QLatin1Char(' ') + line;
+            } while (lines->Next(tesseract::RIL_TEXTLINE));
+        }
+    } catch (const std::exception& error) {
+        qCWarning(lcQuillarc, "%s", error.what());
+    } catch (...) {
+        qCWarning(lcQuillarc, "Text recognition failed");
+    }
+    engine->Clear();
+    return reading;
+}
+
 } // namespace
 
 QString TextRecognizer::languageForKind(int ocrLanguageKind)
 {
-    // Kind 0 leaves the language to the recogniser, whose default is English.
-    return ocrLanguageKind == 2 ? QStringLiteral("deu") : QStringLiteral("eng");
+    switch (ocrLanguageKind) {
+    case 1:
+        return QStringLiteral("eng");
+    case 2:
+        return QStringLiteral("deu");
+    default:
+        // The recogniser's default reads German and English together, so that
+        // umlauts and ß survive when no language was chosen. German comes
+        // first: the first language decides doubtful words.
+        return QStringLiteral("deu+eng");
+    }
 }
 
 QString TextRecognizer::dataPath()
@@ -89,15 +148,15 @@ QString TextRecognizer::dataPath()
 
 QString TextRecognizer::textForImage(const QImage& image, const ExtractionOptions& options)
 {
-    QString result;
     if (image.isNull() || image.width() <= 0 || image.height() <= 0) {
         qCWarning(lcQuillarc, "NO VALID IMAGE FOR TEXT RECOGNITION");
-        return result;
+        return {};
     }
     const bool accurate = options.ocrPrioritiseAccuracy;
     tesseract::TessBaseAPI* engine = engineFor(languageForKind(options.ocrLanguageKind), accurate);
     if (!engine)
-        return result;
+        return {};
+    RecognitionThreads::applyToCallingThread();
 
     QImage bitmap = greyBitmap(image);
     int dpi = dotsPerInch(image);
@@ -109,33 +168,18 @@ QString TextRecognizer::textForImage(const QImage& image, const ExtractionOption
         dpi = qMax(50, int(dpi * factor));
     }
 
-    try {
-        engine->SetImage(bitmap.constBits(), bitmap.width(), bitmap.height(), 1, int(bitmap.bytesPerLine()));
-        engine->SetSourceResolution(dpi);
-        if (engine->Recognize(nullptr) != 0) {
-            qCWarning(lcQuillarc, "Text recognition failed");
-            engine->Clear();
-            return result;
+    Reading reading = read(engine, bitmap, dpi);
+    if (!reading.text.isEmpty() && reading.confidence < kUprightConfidence) {
+        // Text read this badly is often a page fed turned. Sideways pages the
+        // first pass reads by itself; upside-down ones, and pages turned the
+        // other way, need turning first. When the detector cannot tell (a line
+        // or two), the page is tried upside down.
+        const int turn = PageOrientation::clockwiseTurn(bitmap, dpi);
+        if (turn != 0) {
+            const Reading turned = read(engine, PageOrientation::upright(bitmap, turn < 0 ? 180 : turn), dpi);
+            if (turned.confidence > reading.confidence)
+                reading = turned;
         }
-        std::unique_ptr<tesseract::ResultIterator> lines(engine->GetIterator());
-        if (lines && !lines->Empty(tesseract::RIL_TEXTLINE)) {
-            do {
-                std::unique_ptr<char[]> utf8(lines->GetUTF8Text(tesseract::RIL_TEXTLINE));
-                if (!utf8)
-                    continue;
-                QString line = QString::fromUtf8(utf8.get());
-                while (line.endsWith(QLatin1Char('\n')) || line.endsWith(QLatin1Char('\r')))
-                    line.chop(1);
-                if (line.trimmed().isEmpty())
-                    continue;
-                result += QLatin1Char(' ') + line;
-            } while (lines->Next(tesseract::RIL_TEXTLINE));
-        }
-    } catch (const std::exception& error) {
-        qCWarning(lcQuillarc, "%s", error.what());
-    } catch (...) {
-        qCWarning(lcQuillarc, "Text recognition failed");
     }
-    engine->Clear();
-    return result;
+    return reading.text;
 }

@@ -7,7 +7,9 @@
 
 /// Recognises the text in a bitmap. Each recognised text line is one
 /// observation and is appended as " " + the line, so the result starts with a
-/// space whenever anything was found and never holds a line end.
+/// space whenever anything was found and never holds a line end. Pages turned
+/// by 90, 180 or 270 degrees are read upright. One recognition uses at most
+/// RecognitionThreads::limit() threads.
 class TextRecognizer
 {
 public:
@@ -15,7 +17,8 @@ public:
     /// image logs "NO VALID IMAGE FOR TEXT RECOGNITION" and gives "".
     static QString textForImage(const QImage& image, const ExtractionOptions& options);
 
-    /// The traineddata language used for an ocrLanguageKind ("eng" or "deu").
+    /// The traineddata languages used for an ocrLanguageKind: 1 "eng", 2 "deu",
+    /// every other kind the recogniser's default "deu+eng".
     static QString languageForKind(int ocrLanguageKind);
 
     /// Where the traineddata files are looked up; TESSDATA_PREFIX overrides it.
