@@ -187,6 +187,28 @@ int main(int argc, char** argv)
     }
     report("model, every keystroke", all, 0);
 
+    // Pasted texts a user would not type: one long word, many words, only spaces.
+    for (const auto& [label, pasted] : { std::pair { "paste of 10,000 letters", QString(10000, QLatin1Char('e')) },
+             std::pair { "paste of 5,000 words", QStringLiteral("miete ").repeated(5000) },
+             std::pair { "paste of 10,000 spaces", QString(10000, QLatin1Char(' ')) },
+             std::pair { "paste of 1,000 different words", [] {
+                            QStringList words;
+                            for (int i = 0; i < 1000; ++i)
+                                words << QStringLiteral("w%1").arg(i * 7919 % 100000);
+                            return words.join(QLatin1Char(' '));
+                        }() } }) {
+        QList<double> times;
+        qsizetype hits = 0;
+        for (int run = 0; run < 3; ++run) {
+            times << bench::measure([&] {
+                model.search().setSearchText(pasted);
+                model.searchDocuments();
+                hits = model.rowCount();
+            }).wallMs;
+        }
+        report(label, times, hits);
+    }
+
     // With the period and kind filters on as well.
     model.search().setFilterPeriod(true);
     model.search().setStartDate(Clock::toDateTime(7.0e8 + 365 * 86400.0));

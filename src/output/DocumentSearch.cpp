@@ -5,6 +5,7 @@
 #include "text/StringHelpers.h"
 
 #include <QElapsedTimer>
+#include <QSet>
 #include <algorithm>
 
 namespace {
@@ -51,6 +52,7 @@ void DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
     m_predicate = SearchPredicate();
     m_searchText = QString();
     m_filterPredicate = SearchPredicate();
+    m_evaluatedPredicate = SearchPredicate();
     applyFilter();
 }
 
@@ -94,13 +96,13 @@ void DocumentSearch::applyFilter()
     m_hits = SearchSlotSet(count);
     m_pending.clear();
     m_pendingNext = 0;
-    if (m_filterPredicate.isNull()) {
+    if (m_evaluatedPredicate.isNull()) {
         for (quint32 position = 0; position < count; ++position)
             m_hits.insert(position);
         return;
     }
     const SearchIndex* index = currentIndex();
-    const SearchIndex::SlotSet slotHits = index ? index->filter(m_filterPredicate) : SearchIndex::SlotSet();
+    const SearchIndex::SlotSet slotHits = index ? index->filter(m_evaluatedPredicate) : SearchIndex::SlotSet();
     // Documents the index does not hold (yet) are asked directly, with the same
     // answer; in list order, so that the top of the list is decided first.
     for (const quint32 position : m_order) {
@@ -119,7 +121,7 @@ bool DocumentSearch::continueSearch()
     timer.start();
     while (m_pendingNext < m_pending.size()) {
         const quint32 position = m_pending[m_pendingNext++];
-        if (m_filterPredicate.evaluate(*m_content.at(position)))
+        if (m_evaluatedPredicate.evaluate(*m_content.at(position)))
             m_hits.insert(position);
         // The clock is read now and then only: asking one document takes microseconds.
         if (m_directBudgetMs > 0 && (m_pendingNext & 15) == 0 && timer.elapsed() >= m_directBudgetMs)
@@ -185,22 +187,34 @@ void DocumentSearch::searchDocuments()
     if (!m_filterKind && text.isEmpty() && !m_filterPeriod) {
         // The list is unfiltered; the last predicate is deliberately kept.
         m_filterPredicate = SearchPredicate();
+        m_evaluatedPredicate = SearchPredicate();
         applyFilter();
         return;
     }
 
+    // What is evaluated leaves out repeated words: the same OR-group twice in
+    // an AND changes nothing, and a pasted text may repeat a word thousands of times.
+    std::vector<SearchPredicate> evaluated = parts;
     if (!text.isEmpty()) {
         const QStringList words = text.split(QLatin1Char(' '));
         if (words.size() == 1) {
             parts.push_back(textPredicate(text, text));
+            evaluated.push_back(parts.back());
         } else {
             // The note is matched against the whole phrase, the other fields word by word.
-            for (const QString& word : words)
+            QSet<QString> seen;
+            for (const QString& word : words) {
                 parts.push_back(textPredicate(word, text));
+                if (!seen.contains(word)) {
+                    seen.insert(word);
+                    evaluated.push_back(parts.back());
+                }
+            }
         }
     }
     m_predicate = SearchPredicate::andPredicate(std::move(parts));
     m_filterPredicate = m_predicate;
+    m_evaluatedPredicate = SearchPredicate::andPredicate(std::move(evaluated));
     applyFilter();
 }
 

@@ -123,6 +123,7 @@ private:
     bool m_filterKind = false;
     SearchPredicate m_predicate;
     SearchPredicate m_filterPredicate;
+    SearchPredicate m_evaluatedPredicate; ///< the filter without repeated words: what is evaluated
     QList<DocumentPtr> m_content;
     QList<ValueMap> m_fileKinds;
     SearchIndex m_index;

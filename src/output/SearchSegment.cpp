@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <unordered_set>
 
 namespace {
 
@@ -149,6 +150,8 @@ void SearchSegment::contains(std::string_view needle, quint8 mask, Bits& out, To
     // Each piece between separators lies inside one token of the matching field.
     Bits candidates = SearchSlotSet::fullBits(m_count);
     bool anyPiece = false;
+    // A piece that comes again narrows nothing further (a pasted text may repeat one thousands of times).
+    std::unordered_set<std::string_view> seen;
     size_t at = 0;
     while (at < needle.size()) {
         while (at < needle.size() && TokenVocabulary::isSeparator(needle[at]))
@@ -156,7 +159,7 @@ void SearchSegment::contains(std::string_view needle, quint8 mask, Bits& out, To
         const size_t begin = at;
         while (at < needle.size() && !TokenVocabulary::isSeparator(needle[at]))
             ++at;
-        if (begin == at)
+        if (begin == at || !seen.insert(needle.substr(begin, at - begin)).second)
             continue;
         Bits piece = SearchSlotSet::emptyBits(m_count);
         m_vocabulary.addDocumentsContaining(needle.substr(begin, at - begin), mask, piece, tokens);
