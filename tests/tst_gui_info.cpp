@@ -8,6 +8,7 @@
 #include "app/popover/Popover.h"
 #include "app/popover/PopoverRegistry.h"
 #include "app/util/ExternalOpen.h"
+#include "app/views/IntegrityStatusLabel.h"
 #include "controls/KVButton.h"
 #include "controls/KVTessaryProgress.h"
 #include "store/IntegrityValidator.h"
@@ -101,6 +102,11 @@ private Q_SLOTS:
         else if (damage == QLatin1String("delete"))
             QVERIFY(QFile::remove(member));
 
+        // The window's line follows the archive's state.
+        QWidget window;
+        IntegrityStatusLabel windowLine(archive.get(), &window);
+        QVERIFY(windowLine.isHidden());
+
         QStringList shown;
         InfoPopover* popover = show(*archive, &shown);
         QCOMPARE(popover->pathLabel()->toolTip(), QDir::toNativeSeparators(archive->packagePath()));
@@ -109,6 +115,10 @@ private Q_SLOTS:
         QCOMPARE(archive->integrityString(), states.last());
         QCOMPARE(popover->stateLabel()->text(), states.last());
         QCOMPARE(popover->failLogButton()->isVisible(), logButton);
+        QCOMPARE(windowLine.text(), states.last());
+        QVERIFY(!windowLine.isHidden());
+        const char* mark = damage == QLatin1String("none") ? "intact" : (logButton ? "damaged" : "info");
+        QCOMPARE(windowLine.findChild<QLabel*>()->property("state").toString(), QString::fromLatin1(mark));
         QVERIFY(!popover->progressView()->isVisible());
         if (logButton) {
             const QString log = QString::fromUtf8(readFile(IntegrityValidator::integrityLogPath()));
