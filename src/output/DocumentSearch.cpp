@@ -5,8 +5,14 @@
 #include "text/KVLocalizationDictionary.h"
 #include "text/StringHelpers.h"
 
+#include <QElapsedTimer>
+#include <QSet>
 #include <algorithm>
-#include <numeric>
+
+namespace {
+/// The slot of a content position the index does not hold.
+constexpr quint32 noSlot = 0xffffffffu;
+} // namespace
 
 DocumentSearch::DocumentSearch()
     : m_sortDescriptor(DocumentOrdering::sortDescriptorFor(0, 0))
@@ -22,10 +28,11 @@ bool DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
 {
     m_content = documents;
     m_fileKinds = fileKinds;
-    QString failure;
-    const bool built = m_index.build(m_content, &failure);
-    m_slotOfPosition.resize(size_t(m_content.size()));
-    std::iota(m_slotOfPosition.begin(), m_slotOfPosition.end(), 0u);
+    m_buildError.clear();
+    if (!m_sharedMode)
+        buildOwnIndex();
+    m_mappedIndex = nullptr;
+    m_slotOfPosition.clear();
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
     m_filterKind = false;
     m_filterPeriod = false;
@@ -47,20 +54,113 @@ bool DocumentSearch::resetArrayAndFilter(const QList<DocumentPtr>& documents, co
     m_predicate = SearchPredicate();
     m_searchText = QString();
     m_filterPredicate = SearchPredicate();
-    // A failed build left the index empty, so the list shows nothing.
-    return takeHits(m_index.liveSlots(), built ? QString() : failure);
+    m_evaluatedPredicate = SearchPredicate();
+    return applyFilter();
 }
 
-bool DocumentSearch::takeHits(SearchIndex::SlotSet hits, const QString& failure)
+void DocumentSearch::buildOwnIndex()
 {
-    m_hits = std::move(hits);
-    if (failure.isEmpty()) {
-        m_errorString.clear();
-        return true;
-    }
-    m_hits = SearchIndex::SlotSet(m_index.slotCount());
+    QString failure;
+    if (!m_index.build(m_content, &failure))
+        m_buildError = failure;
+}
+
+bool DocumentSearch::fail(const QString& failure)
+{
+    // Without an answer the list shows nothing rather than a wrong part of it.
+    m_hits = SearchSlotSet(quint32(m_content.size()));
+    m_pending.clear();
+    m_pendingNext = 0;
     m_errorString = localizedString(QStringLiteral("SEARCH_FAILED")) + QLatin1Char(' ') + failure;
     return false;
+}
+
+void DocumentSearch::useSharedIndex(const SearchIndex* index)
+{
+    m_sharedMode = true;
+    m_shared = index;
+    m_index.clear();
+    m_buildError.clear();
+    applyFilter();
+}
+
+void DocumentSearch::useOwnIndex()
+{
+    if (!m_sharedMode)
+        return;
+    m_sharedMode = false;
+    m_shared = nullptr;
+    m_buildError.clear();
+    buildOwnIndex();
+    applyFilter();
+}
+
+void DocumentSearch::mapPositionsToSlots()
+{
+    const SearchIndex* index = currentIndex();
+    if (index == m_mappedIndex && (!index || index->revision() == m_mappedRevision)
+        && m_slotOfPosition.size() == size_t(m_content.size()))
+        return;
+    m_slotOfPosition.resize(size_t(m_content.size()));
+    for (qsizetype position = 0; position < m_content.size(); ++position) {
+        const qint64 slot = index ? index->slotOf(m_content.at(position).get()) : -1;
+        m_slotOfPosition[size_t(position)] = slot < 0 ? noSlot : quint32(slot);
+    }
+    m_mappedIndex = index;
+    m_mappedRevision = index ? index->revision() : 0;
+}
+
+bool DocumentSearch::applyFilter()
+{
+    mapPositionsToSlots();
+    m_errorString.clear();
+    if (!m_buildError.isEmpty())
+        return fail(m_buildError);
+    const quint32 count = quint32(m_content.size());
+    m_hits = SearchSlotSet(count);
+    m_pending.clear();
+    m_pendingNext = 0;
+    if (m_evaluatedPredicate.isNull()) {
+        for (quint32 position = 0; position < count; ++position)
+            m_hits.insert(position);
+        return true;
+    }
+    const SearchIndex* index = currentIndex();
+    QString failure;
+    const SearchIndex::SlotSet slotHits
+        = index ? index->filter(m_evaluatedPredicate, &failure) : SearchIndex::SlotSet();
+    if (!failure.isEmpty())
+        return fail(failure);
+    // Documents the index does not hold (yet) are asked directly, with the same
+    // answer; in list order, so that the top of the list is decided first.
+    for (const quint32 position : m_order) {
+        const quint32 slot = m_slotOfPosition[position];
+        if (slot == noSlot)
+            m_pending.push_back(position);
+        else if (slotHits.contains(slot))
+            m_hits.insert(position);
+    }
+    continueSearch();
+    return true;
+}
+
+bool DocumentSearch::continueSearch()
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (m_pendingNext < m_pending.size()) {
+        const quint32 position = m_pending[m_pendingNext++];
+        if (m_evaluatedPredicate.evaluate(*m_content.at(position)))
+            m_hits.insert(position);
+        // The clock is read now and then only: asking one document takes microseconds.
+        if (m_directBudgetMs > 0 && (m_pendingNext & 15) == 0 && timer.elapsed() >= m_directBudgetMs)
+            break;
+    }
+    if (m_pendingNext < m_pending.size())
+        return false;
+    m_pending.clear();
+    m_pendingNext = 0;
+    return true;
 }
 
 QString DocumentSearch::normalizedSearchText(const QString& text)
@@ -116,39 +216,45 @@ bool DocumentSearch::searchDocuments()
     if (!m_filterKind && text.isEmpty() && !m_filterPeriod) {
         // The list is unfiltered; the last predicate is deliberately kept.
         m_filterPredicate = SearchPredicate();
-        return takeHits(m_index.liveSlots(), QString());
+        m_evaluatedPredicate = SearchPredicate();
+        return applyFilter();
     }
 
+    // What is evaluated leaves out repeated words: the same OR-group twice in
+    // an AND changes nothing, and a pasted text may repeat a word thousands of times.
+    std::vector<SearchPredicate> evaluated = parts;
     if (!text.isEmpty()) {
         const QStringList words = text.split(QLatin1Char(' '));
         if (words.size() == 1) {
             parts.push_back(textPredicate(text, text));
+            evaluated.push_back(parts.back());
         } else {
             // The note is matched against the whole phrase, the other fields word by word.
-            for (const QString& word : words)
+            QSet<QString> seen;
+            for (const QString& word : words) {
                 parts.push_back(textPredicate(word, text));
+                if (!seen.contains(word)) {
+                    seen.insert(word);
+                    evaluated.push_back(parts.back());
+                }
+            }
         }
     }
     m_predicate = SearchPredicate::andPredicate(std::move(parts));
     m_filterPredicate = m_predicate;
-    QString failure;
-    SearchIndex::SlotSet hits = m_index.filter(m_filterPredicate, &failure);
-    return takeHits(std::move(hits), failure);
+    m_evaluatedPredicate = SearchPredicate::andPredicate(std::move(evaluated));
+    return applyFilter();
 }
 
 bool DocumentSearch::refreshDocument(const DocumentPtr& document)
 {
-    const qint64 oldSlot = m_index.slotOf(document.get());
-    const auto position = std::find(m_slotOfPosition.begin(), m_slotOfPosition.end(), quint32(oldSlot));
-    if (oldSlot < 0 || position == m_slotOfPosition.end())
+    if (!m_content.contains(document))
         return true;
-    m_index.refreshDocument(document);
-    *position = quint32(m_index.slotOf(document.get()));
+    // A shared index is brought up to date by its keeper.
+    if (!m_sharedMode)
+        m_index.refreshDocument(document);
     m_order = DocumentOrdering::sortedPositions(m_content, m_sortDescriptor);
-    QString failure;
-    SearchIndex::SlotSet hits
-        = m_filterPredicate.isNull() ? m_index.liveSlots() : m_index.filter(m_filterPredicate, &failure);
-    return takeHits(std::move(hits), failure);
+    return applyFilter();
 }
 
 void DocumentSearch::setSortDescriptor(const SortDescriptor& descriptor)
@@ -174,7 +280,7 @@ std::vector<quint32> DocumentSearch::arrangedPositions() const
     std::vector<quint32> positions;
     positions.reserve(m_hits.count());
     for (const quint32 position : m_order) {
-        if (m_hits.contains(m_slotOfPosition[position]))
+        if (m_hits.contains(position))
             positions.push_back(position);
     }
     return positions;

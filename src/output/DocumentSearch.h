@@ -67,6 +67,28 @@ public:
     /// Why the last reset, search or refresh failed (localized, then the cause).
     QString errorString() const { return m_errorString; }
 
+    /// Searches through @p index, an index of the archive that is kept current
+    /// elsewhere (ArchiveSearchIndex), instead of building one of its own at
+    /// every reset; nullptr while that index is still being built. Documents
+    /// the index does not hold (all of them while there is none) are found
+    /// by evaluating the filter on them, with the same result.
+    void useSharedIndex(const SearchIndex* index);
+    /// Back to an index of its own, built at every reset (the default).
+    void useOwnIndex();
+    bool usesSharedIndex() const { return m_sharedMode; }
+
+    /// Longest time, in milliseconds, that searchDocuments() and
+    /// continueSearch() spend asking documents directly (those no index
+    /// holds); 0, the default, for no limit. With a limit, a search over an
+    /// archive whose index is still being built returns at once with the
+    /// hits decided so far, and continueSearch() decides the rest.
+    void setDirectTimeBudget(int milliseconds) { m_directBudgetMs = qMax(0, milliseconds); }
+    /// True when every document has been decided for the current filter.
+    bool isComplete() const { return m_pending.empty(); }
+    /// Decides more of the documents still open, within the time budget;
+    /// true once every document is decided.
+    bool continueSearch();
+
     /// The order of the list (the main view's current sort descriptor).
     void setSortDescriptor(const SortDescriptor& descriptor);
     SortDescriptor sortDescriptor() const { return m_sortDescriptor; }
@@ -78,6 +100,7 @@ public:
     std::vector<quint32> arrangedPositions() const;
     const QList<DocumentPtr>& content() const { return m_content; }
     const QList<ValueMap>& fileKinds() const { return m_fileKinds; }
+    /// The index of its own (unused while a shared one is used).
     const SearchIndex& index() const { return m_index; }
     SearchIndex& index() { return m_index; }
 
@@ -93,8 +116,17 @@ public:
     static SearchPredicate kindPredicate(const QString& kind);
 
 private:
-    /// Applies a filter result, or an empty list and the reason on failure.
-    bool takeHits(SearchIndex::SlotSet hits, const QString& failure);
+    /// The index the filter goes through: its own, the shared one, or none.
+    const SearchIndex* currentIndex() const { return m_sharedMode ? m_shared : &m_index; }
+    /// Which content positions pass the current filter; false, with the
+    /// reason in errorString(), when the index could not answer.
+    bool applyFilter();
+    /// Builds the index of its own over the list, keeping why it failed.
+    void buildOwnIndex();
+    /// Empties the hits and keeps the localized reason; returns false.
+    bool fail(const QString& failure);
+    /// Reads every position's slot again when the index changed since.
+    void mapPositionsToSlots();
 
     QString m_searchText;
     QString m_fileKind;
@@ -104,12 +136,21 @@ private:
     bool m_filterKind = false;
     SearchPredicate m_predicate;
     SearchPredicate m_filterPredicate;
+    SearchPredicate m_evaluatedPredicate; ///< the filter without repeated words: what is evaluated
     QList<DocumentPtr> m_content;
     QList<ValueMap> m_fileKinds;
     SearchIndex m_index;
-    SearchIndex::SlotSet m_hits;
+    const SearchIndex* m_shared = nullptr;
+    bool m_sharedMode = false;
+    quint64 m_mappedRevision = 0;
+    const SearchIndex* m_mappedIndex = nullptr;
+    SearchSlotSet m_hits; ///< content positions that pass the filter (among those decided)
+    std::vector<quint32> m_pending; ///< positions still to be asked directly, in list order
+    size_t m_pendingNext = 0;
+    int m_directBudgetMs = 0;
     SortDescriptor m_sortDescriptor;
     std::vector<quint32> m_order;
-    std::vector<quint32> m_slotOfPosition; ///< index slot of each content position
+    std::vector<quint32> m_slotOfPosition; ///< index slot of each content position; noSlot when not indexed
+    QString m_buildError; ///< why the index of its own could not be built
     QString m_errorString;
 };

@@ -21,6 +21,11 @@ QString shortened(const QString& text)
 } // namespace
 
 ExportSummary::ExportSummary(const QString& title, const QString& description, const QList<DocumentPtr>& documents)
+    : ExportSummary(title, description, totalsLine(documents))
+{
+}
+
+ExportSummary::ExportSummary(const QString& title, const QString& description, const QString& totalsLine)
 {
     m_items << textItem(title, 17, true, Qt::black, 72);
 
@@ -28,7 +33,7 @@ ExportSummary::ExportSummary(const QString& title, const QString& description, c
     descriptionItem->setTopMargin(23);
     m_items << descriptionItem;
 
-    auto totals = textItem(totalsLine(documents), 11, true, ReportStyle::gray(), 116);
+    auto totals = textItem(totalsLine, 11, true, ReportStyle::gray(), 116);
     totals->setTopMargin(6);
     totals->setBottomMargin(46);
     m_items << totals;
@@ -58,7 +63,12 @@ QString ExportSummary::documentLine(const QuillarcDocument& document, bool inclu
 
 void ExportSummary::appendDocument(const QuillarcDocument& document, bool includeComment, bool includeTags)
 {
-    auto item = textItem(documentLine(document, includeComment, includeTags), 8, false, Qt::black, 72);
+    appendLine(documentLine(document, includeComment, includeTags));
+}
+
+void ExportSummary::appendLine(const QString& line)
+{
+    auto item = textItem(line, 8, false, Qt::black, 72);
     item->setTopMargin(3);
     m_items << item;
 }

@@ -28,9 +28,13 @@ public:
     /// Starts the summary with the title, description and totals items; the
     /// totals count `documents` and span their earliest and latest file dates.
     ExportSummary(const QString& title, const QString& description, const QList<DocumentPtr>& documents);
+    /// The same with the totals line already made (a summary built away from the archive).
+    ExportSummary(const QString& title, const QString& description, const QString& totalsLine);
 
     /// Appends the item of one exported document.
     void appendDocument(const QuillarcDocument& document, bool includeComment, bool includeTags);
+    /// Appends the item of one document line made by documentLine().
+    void appendLine(const QString& line);
 
     /// "slip<TAB>date<TAB>title", then the comment and tags each on a line
     /// indented by four tabs when asked for.

@@ -1,21 +1,15 @@
 #include "output/Exporter.h"
 
 #include "model/Logging.h"
-#include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
-#include "model/QuillarcPreferences.h"
-#include "output/ExportSummary.h"
-#include "store/ArchivedFile.h"
-#include "store/AtomicFile.h"
+#include "output/ExportJob.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
-#include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QCollator>
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QLocale>
 #include <QPointer>
@@ -85,19 +79,14 @@ QList<DocumentPtr> Exporter::sortedForArchive(QList<DocumentPtr> documents)
 
 Exporter::Result Exporter::exportGroup(const GroupPtr& group, const QString& folder)
 {
-    const QList<DocumentPtr> documents = group ? sortedForGroup(group->documents()) : QList<DocumentPtr>();
-    const QString title = group ? group->groupTitle() : QString();
-    return run(title, group ? group->groupDescription() : QString(), documents, folder, title);
+    return m_archive ? run(ExportJob::forGroup(*m_archive, group, folder))
+                     : fail(Result::WriteFailed, QString());
 }
 
 Exporter::Result Exporter::exportDocument(const QString& folder, const GroupPtr& currentGroup)
 {
-    const ContainerPtr container = m_archive ? m_archive->container() : nullptr;
-    const QList<DocumentPtr> documents = m_archive ? sortedForArchive(m_archive->allDocuments()) : QList<DocumentPtr>();
-    // The footer names the current group, as the group export's does.
-    return run(container ? container->containerTitle() : QString(),
-        container ? container->containerDescription() : QString(), documents, folder,
-        currentGroup ? currentGroup->groupTitle() : QString());
+    return m_archive ? run(ExportJob::forArchive(*m_archive, folder, currentGroup))
+                     : fail(Result::WriteFailed, QString());
 }
 
 Exporter::Result Exporter::fail(Result result, const QString& message, const DocumentPtr& document)
@@ -107,63 +96,33 @@ Exporter::Result Exporter::fail(Result result, const QString& message, const Doc
     return result;
 }
 
-Exporter::Result Exporter::run(const QString& title, const QString& description, const QList<DocumentPtr>& documents,
-    const QString& folder, const QString& footerTitle)
+Exporter::Result Exporter::run(const ExportJob& job)
 {
     m_errorString.clear();
     m_failedDocument.reset();
     m_writtenFiles.clear();
     m_summaryPath.clear();
 
-    const PreferencesPtr preferences = m_archive ? m_archive->preferences() : nullptr;
-    const bool includeSummary = preferences && preferences->includeSummary();
-    const bool includeComment = preferences && preferences->includeComment();
-    const bool includeTags = preferences && preferences->includeTags();
-    const bool writeFinderTags = preferences && preferences->writeFinderTags();
-
-    if (folder.isEmpty() || !QDir().mkpath(folder) || !QFileInfo(folder).isDir()) {
-        return fail(Result::WriteFailed,
-            localizedString(QStringLiteral("The export folder could not be created."))
-                + QStringLiteral(" (%1)").arg(folder));
+    // The documents in the job's order, to name the one a run stops at.
+    const ExportJob::Outcome outcome
+        = job.run({}, [this](const QString& path, const QStringList& tags) { scheduleTags(path, tags); });
+    m_writtenFiles = outcome.writtenFiles;
+    m_summaryPath = outcome.summaryPath;
+    m_errorString = outcome.errorString;
+    if (outcome.failedIndex >= 0 && outcome.failedIndex < job.documents().size())
+        m_failedDocument = job.documents().at(outcome.failedIndex);
+    switch (outcome.result) {
+    case ExportJob::Result::Success:
+        return Result::Success;
+    case ExportJob::Result::MissingFile:
+        return Result::MissingFile;
+    case ExportJob::Result::CorruptedFile:
+        return Result::CorruptedFile;
+    case ExportJob::Result::WriteFailed:
+    case ExportJob::Result::Cancelled:
+        break;
     }
-
-    ExportSummary summary(title, description, documents);
-    for (const DocumentPtr& document : documents) {
-        const QString member = ArchivedFile::fileURL(*document);
-        if (member.isEmpty() || !QFileInfo::exists(member))
-            return fail(Result::MissingFile, localizedString(QStringLiteral("File not found.")), document);
-        if (ArchivedFile::isFileCorrupted(*document))
-            return fail(
-                Result::CorruptedFile, localizedString(QStringLiteral("File appears to be corrupted.")), document);
-        summary.appendDocument(*document, includeComment, includeTags);
-
-        const PackageMember::Contents contents = PackageMember::read(member);
-        const QString target = QStringLiteral("%1/%2").arg(folder, safeFileName(document->fileCopyName()));
-        if (!writeFile(target, contents.data))
-            return fail(Result::WriteFailed, m_errorString, document);
-        m_writtenFiles << target;
-        if (writeFinderTags)
-            scheduleTags(target, document->tags());
-    }
-
-    if (includeSummary) {
-        const QString target = QStringLiteral("%1/%2").arg(folder, summaryFileName());
-        if (!writeFile(target, summary.plainPDFDocument(footerTitle)))
-            return fail(Result::WriteFailed, m_errorString);
-        m_summaryPath = target;
-        // The summary is always marked, whatever the tag preference says.
-        scheduleTags(target, { QString::fromLatin1(summaryTag) });
-    }
-    return Result::Success;
-}
-
-bool Exporter::writeFile(const QString& path, const QByteArray& bytes)
-{
-    QString error;
-    if (AtomicFile::writeFile(path, bytes, &error))
-        return true;
-    m_errorString = localizedString(QStringLiteral("The file could not be written.")) + QStringLiteral(" (%1)").arg(error);
-    return false;
+    return Result::WriteFailed;
 }
 
 void Exporter::scheduleTags(const QString& path, const QStringList& tags)

@@ -7,9 +7,10 @@
 #include "report/PrinterDocument.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterTextView.h"
-#include "store/ArchivedFile.h"
 #include "store/AtomicFile.h"
 #include "store/Document.h"
+#include "store/Fingerprint.h"
+#include "store/IntegrityValidator.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QHash>
@@ -32,8 +33,34 @@ QString text(const char* key)
 } // namespace
 
 LogReport::LogReport(const Document& archive)
-    : m_archive(archive)
+    : m_content(capture(archive))
 {
+}
+
+LogReport::LogReport(Content content)
+    : m_content(std::move(content))
+{
+}
+
+LogReport::Content LogReport::capture(const Document& archive)
+{
+    Content content;
+    const ContainerPtr container = archive.container();
+    if (container) {
+        content.containerTitle = container->containerTitle();
+        content.containerCreationDate = container->field(QuillarcContainer::CreationDate);
+        const QList<LogObjectPtr> logs = container->logs();
+        content.entries.reserve(logs.size());
+        for (const LogObjectPtr& entry : logs)
+            content.entries.append(
+                { entry->field(QuillarcLogObject::CreationDate), entry->objectUniqueID(), entry->logText() });
+    }
+    content.integrityString = archive.integrityString();
+    content.packagePath = archive.packagePath();
+    content.salt = archive.string().isEmpty() ? Fingerprint::salt() : archive.string();
+    for (const DocumentPtr& document : archive.allDocuments())
+        content.documents.insert(document->uniqueID(), { document->path(), document->string() });
+    return content;
 }
 
 QString LogReport::entryText(bool corrupted, const QString& logText)
@@ -45,27 +72,22 @@ QString LogReport::entryText(bool corrupted, const QString& logText)
 
 PrinterItemList LogReport::items() const
 {
-    const ContainerPtr container = m_archive.container();
-    const QList<LogObjectPtr> logs = container ? container->logs() : QList<LogObjectPtr>();
     const QString completeLog = text("COMPLETE_LOG");
     PrinterItemList items;
 
     items << textItem(completeLog, style("WriteSans-Bold", 23, Qt::black), 72);
 
     ReportStyle::DateSpan span;
-    for (const LogObjectPtr& entry : logs)
-        span.include(entry->field(QuillarcLogObject::CreationDate));
+    for (const Content::Entry& entry : m_content.entries)
+        span.include(entry.creationDate);
     items << textItem(span.text(), style("WriteSans-Regular", 17, ReportStyle::gray()), 116, 3);
 
-    items << textItem(
-        container ? container->containerTitle() : QString(), style("WriteSans-Bold", 11, Qt::black), 116, 36);
+    items << textItem(m_content.containerTitle, style("WriteSans-Bold", 11, Qt::black), 116, 36);
 
     const QTextCharFormat info = style("WriteSans-Regular", 11, ReportStyle::gray());
-    const QString created
-        = container ? ReportStyle::mediumDate(container->field(QuillarcContainer::CreationDate)) : QString();
-    items << textItem(
-        QStringLiteral("%1: %2\n%3: %4")
-            .arg(text("LOG_DATABASE_CREATED"), created, text("LOG_DATABASE_STATE"), m_archive.integrityString()),
+    items << textItem(QStringLiteral("%1: %2\n%3: %4")
+                          .arg(text("LOG_DATABASE_CREATED"), ReportStyle::mediumDate(m_content.containerCreationDate),
+                              text("LOG_DATABASE_STATE"), m_content.integrityString),
         info, 116, 36);
     items << textItem(text("LOG_COMPLIANCE"), info, 116, 36);
 
@@ -74,31 +96,29 @@ PrinterItemList LogReport::items() const
     heading->setBottomMargin(40);
     items << heading;
 
-    // One pass over the archive instead of a search per entry, and one check
-    // per document however many entries name it.
-    QHash<QString, DocumentPtr> documents;
-    for (const DocumentPtr& document : m_archive.allDocuments())
-        documents.insert(document->uniqueID(), document);
+    // One check per document however many entries name it.
     QHash<QString, bool> corruptedByID;
     const QTextCharFormat entryStyle = style("WriteSans-Regular", 8, Qt::black);
-    for (const LogObjectPtr& entry : logs) {
-        const QString id = entry->objectUniqueID();
-        auto known = corruptedByID.constFind(id);
+    for (const Content::Entry& entry : m_content.entries) {
+        auto known = corruptedByID.constFind(entry.objectUniqueID);
         if (known == corruptedByID.constEnd()) {
-            const DocumentPtr document = documents.value(id);
-            known = corruptedByID.insert(id, document && ArchivedFile::isFileCorrupted(*document));
+            const auto member = m_content.documents.constFind(entry.objectUniqueID);
+            const bool corrupted = member != m_content.documents.constEnd()
+                && IntegrityValidator::checkMember(
+                       m_content.packagePath, member->path, member->fingerprint, m_content.salt)
+                    != IntegrityValidator::MemberState::Intact;
+            known = corruptedByID.insert(entry.objectUniqueID, corrupted);
         }
-        items << textItem(entryText(*known, entry->logText()), entryStyle, 72);
+        items << textItem(entryText(*known, entry.logText), entryStyle, 72);
     }
     return items;
 }
 
 std::unique_ptr<PrinterTextView> LogReport::footer(const QDate& today) const
 {
-    const ContainerPtr container = m_archive.container();
     return ReportStyle::footer(style("WriteSans-Bold", 6, ReportStyle::gray()),
         QStringLiteral("<pageNumber/>/<pageCount/> | %1 | %2 | %3")
-            .arg(ReportStyle::shortDate(today), text("COMPLETE_LOG"), container ? container->containerTitle() : QString()),
+            .arg(ReportStyle::shortDate(today), text("COMPLETE_LOG"), m_content.containerTitle),
         style("WriteSans-Regular", 6, ReportStyle::gray()));
 }
 

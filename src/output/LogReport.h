@@ -1,9 +1,12 @@
 #pragma once
 
+#include "model/Value.h"
 #include "report/PrinterItem.h"
 
 #include <QByteArray>
 #include <QDate>
+#include <QHash>
+#include <QList>
 #include <QString>
 #include <memory>
 
@@ -17,11 +20,43 @@ class PrinterTextView;
 ///
 /// An entry about a document that no longer exists carries the valid mark:
 /// only a document that is present and corrupted is marked corrupted.
+///
+/// What the report shows is taken from the archive in one go (Content, on
+/// the main thread); laying it out, checking the documents' files and
+/// writing the PDF touch no archive object, so a window can do them on
+/// another thread.
 class LogReport
 {
 public:
-    /// Reads the archive when the items are built; the archive must outlive the report.
+    /// Everything the report reads of an archive.
+    struct Content
+    {
+        struct Entry
+        {
+            Value creationDate;
+            QString objectUniqueID;
+            QString logText;
+        };
+        /// A present document's archived member, to tell whether it is corrupted.
+        struct Member
+        {
+            QString path; ///< relative to the package
+            QString fingerprint;
+        };
+        QString containerTitle;
+        Value containerCreationDate;
+        QString integrityString;
+        QString packagePath;
+        QString salt;
+        QList<Entry> entries; ///< in stored order
+        QHash<QString, Member> documents; ///< by uniqueID
+    };
+
+    /// Takes the archive's content now.
     explicit LogReport(const Document& archive);
+    explicit LogReport(Content content);
+    /// The archive's content as the report reads it (cheap: texts are shared, no file is read).
+    static Content capture(const Document& archive);
 
     /// The cover and entry items, built afresh on every call (layout consumes
     /// the entry heading's page break).
@@ -39,5 +74,5 @@ public:
     bool write(const QString& path, QString* error = nullptr, int* pageCount = nullptr) const;
 
 private:
-    const Document& m_archive;
+    Content m_content;
 };

@@ -110,18 +110,41 @@ void SearchIndex::clear()
     m_kindLookup.clear();
     m_slotOf.clear();
     m_live = SlotSet();
+    ++m_revision;
 }
 
-void SearchIndex::appendSlot(const DocumentPtr& document)
+SearchIndex::Record SearchIndex::recordOf(const DocumentPtr& document)
+{
+    Record record;
+    record.document = document;
+    record.texts = SearchSegment::textsOf(*document);
+    const Value& date = document->field(QuillarcDocument::FileDate);
+    record.fileDate = date.kind() == Value::Kind::Date ? date.toDate() : std::nan("");
+    const Value& kind = document->field(QuillarcDocument::FileKind);
+    if (kind.kind() == Value::Kind::String)
+        record.fileKind = kind.toString();
+    return record;
+}
+
+std::vector<SearchIndex::Record> SearchIndex::records(const QList<DocumentPtr>& documents)
+{
+    std::vector<Record> result;
+    result.reserve(size_t(documents.size()));
+    for (const DocumentPtr& document : documents) {
+        if (document)
+            result.push_back(recordOf(document));
+    }
+    return result;
+}
+
+void SearchIndex::appendSlot(const Record& record)
 {
     const quint32 slot = quint32(m_documents.size());
-    m_documents.push_back(document);
-    const Value& date = document->field(QuillarcDocument::FileDate);
-    m_fileDates.push_back(date.kind() == Value::Kind::Date ? date.toDate() : std::nan(""));
-    const Value& kind = document->field(QuillarcDocument::FileKind);
+    m_documents.push_back(record.document);
+    m_fileDates.push_back(record.fileDate);
     qint32 kindId = -1;
-    if (kind.kind() == Value::Kind::String) {
-        const QString text = kind.toString();
+    if (!record.fileKind.isNull()) {
+        const QString& text = record.fileKind;
         kindId = m_kindLookup.value(text, -1);
         if (kindId < 0) {
             kindId = qint32(m_kinds.size());
@@ -130,21 +153,25 @@ void SearchIndex::appendSlot(const DocumentPtr& document)
         }
     }
     m_kindIds.push_back(kindId);
-    m_slotOf.insert(document.get(), slot);
+    m_slotOf.insert(record.document.get(), slot);
     m_live.resize(slot + 1);
     m_live.insert(slot);
 }
 
 bool SearchIndex::build(const QList<DocumentPtr>& documents, QString* error)
 {
+    return build(records(documents), error);
+}
+
+bool SearchIndex::build(std::vector<Record> records, QString* error)
+{
     clear();
-    m_documents.reserve(size_t(documents.size()));
-    m_fileDates.reserve(size_t(documents.size()));
-    m_kindIds.reserve(size_t(documents.size()));
-    for (const DocumentPtr& document : documents) {
-        if (document)
-            appendSlot(document);
-    }
+    ++m_revision;
+    m_documents.reserve(records.size());
+    m_fileDates.reserve(records.size());
+    m_kindIds.reserve(records.size());
+    for (const Record& record : records)
+        appendSlot(record);
     const quint32 total = slotCount();
     if (!total)
         return true;
@@ -154,20 +181,18 @@ bool SearchIndex::build(const QList<DocumentPtr>& documents, QString* error)
     QString failure;
     const bool built = runParallel(
         int(parts), m_threads,
-        [this, total, parts](int part) {
+        [this, total, parts, &records](int part) {
             if (m_partProbe)
                 m_partProbe(part);
             SearchSegment& segment = *m_segments[size_t(part)];
             const quint32 first = segment.firstSlot();
             const quint32 count = quint32(quint64(total) * quint32(part + 1) / parts) - first;
             size_t estimate = 0;
-            for (quint32 i = 0; i < count; ++i) {
-                const QuillarcDocument& document = *m_documents[first + i];
-                estimate += size_t(document.field(QuillarcDocument::ContentString).toString().size()) + 64;
-            }
+            for (quint32 i = 0; i < count; ++i)
+                estimate += size_t(records[first + i].texts[7].size()) + 64;
             segment.reserve(estimate + estimate / 32, count);
             for (quint32 i = 0; i < count; ++i)
-                segment.append(*m_documents[first + i]);
+                segment.append(records[first + i].texts);
             segment.buildIndex();
         },
         &failure);
@@ -187,10 +212,12 @@ void SearchIndex::addDocument(const DocumentPtr& document)
     if (m_slotOf.contains(document.get()))
         return refreshDocument(document);
     const quint32 slot = slotCount();
-    appendSlot(document);
+    const Record record = recordOf(document);
+    appendSlot(record);
+    ++m_revision;
     if (m_segments.empty() || m_segments.back()->isIndexed())
         m_segments.push_back(std::make_unique<SearchSegment>(slot));
-    m_segments.back()->append(*document);
+    m_segments.back()->append(record.texts);
     indexTailIfFull();
 }
 
@@ -214,6 +241,7 @@ void SearchIndex::removeDocument(const DocumentPtr& document)
         return;
     m_live.remove(quint32(slot));
     m_slotOf.remove(document.get());
+    ++m_revision;
 }
 
 SearchIndex::SlotSet SearchIndex::filter(const SearchPredicate& predicate, QString* error) const

@@ -54,6 +54,17 @@ public:
         int segments = 0;
     };
 
+    /// What the index keeps of one document, read on the thread that owns
+    /// the documents; building from records reads no document, so it may run
+    /// on any thread.
+    struct Record
+    {
+        DocumentPtr document;
+        std::array<QString, fieldCount> texts; ///< the searchable fields in fieldKeys() order
+        double fileDate = 0; ///< NaN for nil
+        QString fileKind; ///< null for nil
+    };
+
     SearchIndex();
     ~SearchIndex();
     SearchIndex(const SearchIndex&) = delete;
@@ -71,6 +82,14 @@ public:
     /// When a part cannot be built (a worker fails, say for want of memory)
     /// the index is left empty and false is returned with the reason.
     bool build(const QList<DocumentPtr>& documents, QString* error = nullptr);
+    /// The same from records taken before (see records()); reads no document.
+    bool build(std::vector<Record> records, QString* error = nullptr);
+    /// The records of @p documents, for a build elsewhere.
+    static std::vector<Record> records(const QList<DocumentPtr>& documents);
+    static Record recordOf(const DocumentPtr& document);
+    /// Changes with every build, addition, refresh and removal, so a user of
+    /// the index can tell that slots may have moved.
+    quint64 revision() const { return m_revision; }
     void clear();
     /// Takes in one document (it gets the next slot).
     void addDocument(const DocumentPtr& document);
@@ -98,7 +117,7 @@ public:
     Statistics statistics() const;
 
 private:
-    void appendSlot(const DocumentPtr& document);
+    void appendSlot(const Record& record);
     void indexTailIfFull();
 
     std::vector<std::unique_ptr<SearchSegment>> m_segments;
@@ -111,4 +130,5 @@ private:
     SlotSet m_live;
     int m_threads = 2;
     std::function<void(int)> m_partProbe;
+    quint64 m_revision = 0;
 };

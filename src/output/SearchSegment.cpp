@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <unordered_set>
 
 namespace {
 
@@ -43,9 +44,9 @@ void SearchSegment::reserve(size_t foldedBytes, quint32 documents)
     m_fieldStart.reserve(size_t(documents) * fieldCount + 1);
 }
 
-void SearchSegment::append(const QuillarcDocument& document)
+SearchSegment::Texts SearchSegment::textsOf(const QuillarcDocument& document)
 {
-    const QString texts[fieldCount] = {
+    return {
         document.tagsAsString(),
         document.field(QuillarcDocument::Title).toString(),
         document.field(QuillarcDocument::Name).toString(),
@@ -55,6 +56,10 @@ void SearchSegment::append(const QuillarcDocument& document)
         document.field(QuillarcDocument::SlipNumber).toString(),
         document.field(QuillarcDocument::ContentString).toString(),
     };
+}
+
+void SearchSegment::append(const Texts& texts)
+{
     for (const QString& text : texts) {
         m_textBytes += utf8Size(text);
         TextFolding::appendFoldedUtf8(text, m_folded);
@@ -145,6 +150,8 @@ void SearchSegment::contains(std::string_view needle, quint8 mask, Bits& out, To
     // Each piece between separators lies inside one token of the matching field.
     Bits candidates = SearchSlotSet::fullBits(m_count);
     bool anyPiece = false;
+    // A piece that comes again narrows nothing further (a pasted text may repeat one thousands of times).
+    std::unordered_set<std::string_view> seen;
     size_t at = 0;
     while (at < needle.size()) {
         while (at < needle.size() && TokenVocabulary::isSeparator(needle[at]))
@@ -152,7 +159,7 @@ void SearchSegment::contains(std::string_view needle, quint8 mask, Bits& out, To
         const size_t begin = at;
         while (at < needle.size() && !TokenVocabulary::isSeparator(needle[at]))
             ++at;
-        if (begin == at)
+        if (begin == at || !seen.insert(needle.substr(begin, at - begin)).second)
             continue;
         Bits piece = SearchSlotSet::emptyBits(m_count);
         m_vocabulary.addDocumentsContaining(needle.substr(begin, at - begin), mask, piece, tokens);

@@ -4,6 +4,8 @@
 #include "output/ShortNeedleTables.h"
 #include "output/TokenVocabulary.h"
 
+#include <QString>
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +20,13 @@ class QuillarcDocument;
 class SearchSegment
 {
 public:
+    /// The eight searchable texts of a document, in the search text form's order.
+    using Texts = std::array<QString, 8>;
+
     explicit SearchSegment(quint32 firstSlot);
+
+    /// The searchable texts of @p document (nil fields give null texts).
+    static Texts textsOf(const QuillarcDocument& document);
 
     quint32 firstSlot() const { return m_firstSlot; }
     quint32 count() const { return m_count; }
@@ -32,7 +40,9 @@ public:
     /// Room for @p documents whose folded fields take about @p foldedBytes.
     void reserve(size_t foldedBytes, quint32 documents);
     /// Takes in one more document; only while the segment is not indexed.
-    void append(const QuillarcDocument& document);
+    void append(const QuillarcDocument& document) { append(textsOf(document)); }
+    /// The same from the document's texts, taken before.
+    void append(const Texts& texts);
     /// Builds the token vocabulary and the short-needle tables.
     void buildIndex();
 

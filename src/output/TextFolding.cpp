@@ -48,11 +48,14 @@ template<typename Sink> void decomposeAndFold(char32_t code, Sink& sink, int dep
     emitFolded(code, sink);
 }
 
-template<typename Sink> void foldText(QStringView text, Sink& sink)
+/// Folds @p text into @p sink; @p onSource is told the index of each
+/// character (code point) before its folded units are emitted.
+template<typename Sink, typename Source> void foldText(QStringView text, Sink& sink, Source onSource)
 {
     const qsizetype size = text.size();
     const char16_t* data = text.utf16();
     for (qsizetype i = 0; i < size; ++i) {
+        onSource(i);
         char32_t code = data[i];
         if (code < 0x80) {
             sink(code >= 'A' && code <= 'Z' ? code + 32 : code);
@@ -66,6 +69,11 @@ template<typename Sink> void foldText(QStringView text, Sink& sink)
         }
         decomposeAndFold(code, sink);
     }
+}
+
+template<typename Sink> void foldText(QStringView text, Sink& sink)
+{
+    foldText(text, sink, [](qsizetype) {});
 }
 
 void appendUtf8(char32_t code, std::string& out)
@@ -102,6 +110,28 @@ QString TextFolding::fold(QStringView text)
         }
     };
     foldText(text, sink);
+    return result;
+}
+
+QString TextFolding::foldMapped(QStringView text, std::vector<qsizetype>& sourceIndexes)
+{
+    QString result;
+    result.reserve(text.size());
+    sourceIndexes.clear();
+    sourceIndexes.reserve(size_t(text.size()));
+    qsizetype source = 0;
+    auto sink = [&](char32_t code) {
+        if (QChar::requiresSurrogates(code)) {
+            result.append(QChar(QChar::highSurrogate(code)));
+            result.append(QChar(QChar::lowSurrogate(code)));
+            sourceIndexes.push_back(source);
+            sourceIndexes.push_back(source);
+        } else {
+            result.append(QChar(char16_t(code)));
+            sourceIndexes.push_back(source);
+        }
+    };
+    foldText(text, sink, [&source](qsizetype index) { source = index; });
     return result;
 }
 

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringView>
 #include <string>
+#include <vector>
 
 /// Folding that makes substring and prefix tests ignore case and diacritics.
 ///
@@ -28,6 +29,10 @@ public:
     /// search structures keep; it needs about a third of UTF-16 for Latin text).
     static void appendFoldedUtf8(QStringView text, std::string& out);
     static std::string foldedUtf8(QStringView text);
+    /// The folded form of @p text, and for each of its UTF-16 units the index
+    /// in @p text of the unit that began the character it came from (so a
+    /// range found in the folded text maps back onto the original).
+    static QString foldMapped(QStringView text, std::vector<qsizetype>& sourceIndexes);
 
     /// "contains[cd]": @p needle occurs in @p haystack, ignoring case and
     /// diacritics. A null haystack or a needle that folds to nothing never matches.

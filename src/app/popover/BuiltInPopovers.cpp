@@ -1,4 +1,6 @@
+#include "app/popover/InfoPopover.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/popover/SearchPopover.h"
 #include "app/popover/SortOrderPopover.h"
 
 // Each popover screen of the application, registered under its class name.
@@ -11,4 +13,8 @@ void PopoverRegistry::registerBuiltIns()
         return;
     done = true;
     registerFactory(QStringLiteral("SortOrder_Popover"), [] { return new SortOrderPopover; });
+    registerFactory(QStringLiteral("DocumentInfo_Popover"), [] { return new InfoPopover; });
+    // Archive windows keep one search popover per archive (SearchPopover::forDocument);
+    // this one is for showing it by name.
+    registerFactory(QStringLiteral("Search_Popover"), [] { return new SearchPopover; });
 }
