@@ -77,7 +77,9 @@ KVLocalizer::KVLocalizer(QWidget* parent)
     connect(Localizer::instance(), &Localizer::relocalized, this, [this] {
         updateCount();
         showStatus();
+        fitLanguageField();
     });
+    fitLanguageField();
     reloadTable();
     resize(QSize(960, 620).expandedTo(sizeHint()));
 }
@@ -127,13 +129,13 @@ void KVLocalizer::buildLayout()
     m_view->horizontalHeader()->setDefaultSectionSize(280);
     m_view->horizontalHeader()->setStretchLastSection(true);
     m_view->horizontalHeader()->setHighlightSections(false);
+    m_view->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     Localizer::setAccessibleKeys(m_view, QStringLiteral("LOCALIZER_TABLE_ACCESSIBLE"));
 
     m_languageField = new QLineEdit;
     m_languageField->setObjectName(QStringLiteral("languageField"));
     m_languageField->setPlaceholderText(QStringLiteral("LOCALIZER_LANGUAGE_CODE_PLACEHOLDER"));
     m_languageField->setMaxLength(16);
-    m_languageField->setMinimumWidth(m_languageField->fontMetrics().horizontalAdvance(QStringLiteral("M")) * 14);
     Localizer::setAccessibleKeys(m_languageField, QStringLiteral("LOCALIZER_LANGUAGE_CODE_PLACEHOLDER"));
     m_addLanguageButton = new KVButton(QStringLiteral("LOCALIZER_ADD_LANGUAGE"));
     m_addLanguageButton->setObjectName(QStringLiteral("addLanguageButton"));
@@ -191,7 +193,9 @@ void KVLocalizer::reloadTable()
     }
     m_tablePath = path;
     m_model->setTable(table);
-    m_view->setColumnWidth(0, 240);
+    // Wide enough for most keys, never so wide that the texts get no room.
+    m_view->resizeColumnToContents(0);
+    m_view->setColumnWidth(0, qBound(180, m_view->columnWidth(0), 360));
     updateCount();
 }
 
@@ -305,6 +309,13 @@ void KVLocalizer::updateCount()
 {
     m_countLabel->setText(filled(QStringLiteral("LOCALIZER_COUNT"),
         { QString::number(m_filter->rowCount()), QString::number(m_model->rowCount()) }));
+}
+
+void KVLocalizer::fitLanguageField()
+{
+    // The hint in the field is all the label it has; it must show whole in every language.
+    const QFontMetrics metrics = m_languageField->fontMetrics();
+    m_languageField->setMinimumWidth(metrics.horizontalAdvance(m_languageField->placeholderText()) + 24);
 }
 
 void KVLocalizer::setStatus(const QString& key, const QString& argument)

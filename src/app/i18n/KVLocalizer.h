@@ -62,6 +62,7 @@ private:
     void buildLayout();
     void revertConfirmed();
     void updateCount();
+    void fitLanguageField();
     void setStatus(const QString& key, const QString& argument = QString());
     void showStatus();
     void fail(const QString& titleKey, const QString& reason, const QString& hintKey = QString());

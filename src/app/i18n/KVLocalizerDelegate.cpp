@@ -19,6 +19,7 @@ QWidget* KVLocalizerDelegate::createEditor(QWidget* parent, const QStyleOptionVi
     editor->setTabChangesFocus(true);
     editor->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     editor->setAutoFillBackground(true);
+    editor->setFrameShape(QFrame::Box); // plainly above the rows it covers
     editor->installEventFilter(const_cast<KVLocalizerDelegate*>(this));
     m_editor = editor;
     return editor;
@@ -49,8 +50,10 @@ void KVLocalizerDelegate::updateEditorGeometry(
     QWidget* editor, const QStyleOptionViewItem& option, const QModelIndex&) const
 {
     QRect rect = option.rect;
-    const int lines = editor->fontMetrics().lineSpacing() * 3 + 12;
-    rect.setHeight(qMax(rect.height(), lines));
+    // Three lines, rounded up to whole rows so that no row below shows half its text.
+    const int needed = editor->fontMetrics().lineSpacing() * 3 + 12;
+    const int row = qMax(1, option.rect.height());
+    rect.setHeight(qMax(row, (needed + row - 1) / row * row));
     // Near the bottom of the view the field opens upwards instead of being cut.
     if (const QWidget* viewport = editor->parentWidget(); viewport && rect.bottom() > viewport->height())
         rect.moveBottom(qMax(option.rect.bottom(), viewport->height() - 1));
