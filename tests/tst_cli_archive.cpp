@@ -1,4 +1,6 @@
 #include "ArchiveFixture.h"
+#include "CraftedArchives.h"
+#include "DamagedArchives.h"
 #include "TestSupport.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
@@ -100,6 +102,37 @@ private Q_SLOTS:
         QCOMPARE(QString::fromUtf8(run.out), text("INTEGRITY_STRING_DATABASE_CORRUPT") + QLatin1Char('\n')
                 + QStringLiteral("%1  %2\n\n").arg(text("INTEGRITY_LOG_MISSING_FAIL"), document->path()));
         QCOMPARE(runCli({ "validate", m_home.path() + QStringLiteral("/nothing.quillarc") }).exitCode, 2);
+    }
+
+    void infoOpensCraftedDatabasesOrNamesTheDamage_data()
+    {
+        QTest::addColumn<QByteArray>("database");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("expected"); // in the output, or in the error text
+        auto nesting = [](int levels) {
+            return CraftedArchives::database(QStringLiteral("Shared %1").arg(levels),
+                [levels](RawKeyedArchive& archive) { return CraftedArchives::addSharedNesting(archive, levels); });
+        };
+        QTest::newRow("records sharing lists 24 deep") << nesting(24) << 0 << "Title:      Shared 24\nGroups:     1\nDocuments:  1\n";
+        QTest::newRow("records sharing lists 64 deep") << nesting(64) << 0 << "Title:      Shared 64\n";
+        QTest::newRow("records nested too deeply")
+            << CraftedArchives::database(QStringLiteral("Deep"), [](RawKeyedArchive& archive) { return CraftedArchives::addDeepNesting(archive, 300); })
+            << 2 << "The archive's records are damaged: objects nested more than 256 levels deep";
+        QTest::newRow("group listed twice") << CraftedArchives::database(QStringLiteral("Twice"), {}, 2) << 2
+                                            << "The archive's records are damaged: the group 6A000000-0000-4000-8000-000000000001 is listed more than once";
+        QTest::newRow("database containing itself") << DamagedArchives::cycles().first().bytes << 2
+                                                    << "Quillarc.qldb is damaged: an object contains itself";
+    }
+    void infoOpensCraftedDatabasesOrNamesTheDamage()
+    {
+        QFETCH(QByteArray, database);
+        QFETCH(int, exitCode);
+        QFETCH(QString, expected);
+        const QString path = m_home.freshPath(QStringLiteral("crafted")) + QStringLiteral(".quillarc");
+        QVERIFY(writeFile(path + QStringLiteral("/Quillarc.qldb"), database));
+        const CliRun run = runCli({ "info", path });
+        QCOMPARE(run.exitCode, exitCode);
+        QVERIFY2((exitCode == 0 ? run.out : run.err).contains(expected.toUtf8()), QByteArray(run.out + run.err).constData());
     }
 };
 

@@ -21,6 +21,9 @@
 // test by CTest) and against FakeScannerBackend for failures and for devices
 // that come and go.
 
+// Scans run on worker threads; a busy machine may take a while, so waits are generous.
+constexpr int scannerTimeout = 60000;
+
 namespace {
 
 using Failure = FakeScannerBackend::Failure;
@@ -80,7 +83,7 @@ private Q_SLOTS:
         QCOMPARE(child<QPushButton>(window, "overviewButton")->text(), text("overviewControlLabel"));
         QCOMPARE(child<QPushButton>(window, "scanButton")->text(), text("scanControlLabel"));
 
-        QTRY_VERIFY(isReady(window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(window), scannerTimeout);
         QCOMPARE(comboData(window, "deviceCombo"), QStringList({ "test:0", "test:1" }));
         QCOMPARE(comboData(window, "modeCombo"), QStringList({ "Gray", "Color" }));
         QCOMPARE(child<QComboBox>(window, "modeCombo")->itemText(1), text("Color"));
@@ -88,7 +91,7 @@ private Q_SLOTS:
         QCOMPARE(child<QComboBox>(window, "resolutionCombo")->currentData().toInt(), 300);
 
         QCOMPARE(ScannerWindow::showScannerSheet(&fixture.archive()), window);
-        QTRY_VERIFY(isReady(window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(window), scannerTimeout);
         delete window;
     }
 
@@ -97,16 +100,16 @@ private Q_SLOTS:
         ScannerWindow window;
         window.show();
         window.startBrowser();
-        QTRY_VERIFY(isReady(&window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
         QTest::mouseClick(child<QPushButton>(&window, "overviewButton"), Qt::LeftButton);
         auto* preview = child<ScanPreviewView>(&window, "preview");
-        QTRY_VERIFY(!preview->image().isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(!preview->image().isNull(), scannerTimeout);
         QCOMPARE(preview->image().size(), QSize(620, 876)); // A4 at 75 dpi
 
         window.setDocumentTitle(QStringLiteral("Lieferschein 12"));
         QSignalSpy scanned(&window, &ScannerWindow::scannedToURL);
         QTest::mouseClick(child<QPushButton>(&window, "scanButton"), Qt::LeftButton);
-        QTRY_COMPARE(scanned.count(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(scanned.count(), 1, scannerTimeout);
         const QString pdf = scanned.first().first().toString();
         QCOMPARE(pdf, pictures() + QStringLiteral("/Lieferschein 12.pdf"));
         QCOMPARE(scansLeft(), QStringList({ "Lieferschein 12.pdf" }));
@@ -125,15 +128,15 @@ private Q_SLOTS:
         ScannerWindow window(fake);
         window.show();
         window.startBrowser();
-        QTRY_VERIFY(isReady(&window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
         QSignalSpy scanned(&window, &ScannerWindow::scannedToURL);
         QTest::mouseClick(child<QPushButton>(&window, "scanButton"), Qt::LeftButton);
         auto* progress = child<KVTessaryProgress>(&window, "progress");
-        QTRY_VERIFY(progress->value() > 0);
+        QTRY_VERIFY_WITH_TIMEOUT(progress->value() > 0, scannerTimeout);
         QVERIFY(progress->isCancelVisible());
         QCOMPARE(progress->text(), text("SCANNER_PAGE_PROGRESS").arg(1));
         QTest::mouseClick(progress->findChild<KVButton*>(), Qt::LeftButton);
-        QTRY_VERIFY(!window.isBusy());
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isBusy(), scannerTimeout);
         QCOMPARE(window.message(), text("SCANNER_CANCELLED"));
         QCOMPARE(scanned.count(), 0);
         QCOMPARE(scansLeft(), QStringList());
@@ -168,7 +171,7 @@ private Q_SLOTS:
         ScannerWindow window(fake);
         window.show();
         window.startBrowser();
-        QTRY_VERIFY(isReady(&window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
         auto* sources = child<QComboBox>(&window, "sourceCombo");
         sources->setCurrentIndex(sources->findData(source));
         fake->setFailure(failure, 100);
@@ -178,7 +181,7 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^scannerDeviceView App: .*tst_gui_scanner$"));
         QSignalSpy scanned(&window, &ScannerWindow::scannedToURL);
         QTest::mouseClick(child<QPushButton>(&window, qPrintable(button)), Qt::LeftButton);
-        QTRY_VERIFY(!window.isBusy());
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isBusy(), scannerTimeout);
         QCOMPARE(window.message(), text(qPrintable(key)) + QLatin1Char('\n') + error);
         QVERIFY(child<QLabel>(&window, "messageLabel")->isVisible());
         QVERIFY(window.isVisible());
@@ -197,14 +200,14 @@ private Q_SLOTS:
         window.show();
         window.startBrowser();
         auto* empty = child<QLabel>(&window, "emptyLabel");
-        QTRY_COMPARE(empty->text(), text("SCANNER_NONE_FOUND"));
+        QTRY_COMPARE_WITH_TIMEOUT(empty->text(), text("SCANNER_NONE_FOUND"), scannerTimeout);
         QVERIFY(empty->isVisible());
         QVERIFY(!child<QPushButton>(&window, "scanButton")->isEnabled());
 
         // The first scanner that appears is chosen.
         fake->setDevices(both);
         QTest::mouseClick(child<QPushButton>(&window, "refreshButton"), Qt::LeftButton);
-        QTRY_VERIFY(isReady(&window));
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
         QVERIFY(!empty->isVisible());
         QCOMPARE(child<QComboBox>(&window, "deviceCombo")->currentData().toString(), QStringLiteral("fake:0"));
 
@@ -212,20 +215,20 @@ private Q_SLOTS:
         auto* devices = child<QComboBox>(&window, "deviceCombo");
         devices->setCurrentIndex(1);
         Q_EMIT devices->activated(1);
-        QTRY_COMPARE(fake->openDeviceName(), QString());
-        QTRY_VERIFY(isReady(&window));
+        QTRY_COMPARE_WITH_TIMEOUT(fake->openDeviceName(), QString(), scannerTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
         fake->setDevices({ both[1], { "fake:2", "Quillarc", "Other", "flatbed scanner" } });
         window.refreshDevices();
-        QTRY_COMPARE(comboData(&window, "deviceCombo"), QStringList({ "fake:1", "fake:2" }));
+        QTRY_COMPARE_WITH_TIMEOUT(comboData(&window, "deviceCombo"), QStringList({ "fake:1", "fake:2" }), scannerTimeout);
         QCOMPARE(devices->currentData().toString(), QStringLiteral("fake:1"));
         fake->setDevices({ both[0] });
         window.refreshDevices();
-        QTRY_COMPARE(comboData(&window, "deviceCombo"), QStringList({ "fake:0" }));
-        QTRY_VERIFY(isReady(&window));
+        QTRY_COMPARE_WITH_TIMEOUT(comboData(&window, "deviceCombo"), QStringList({ "fake:0" }), scannerTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(&window), scannerTimeout);
 
         fake->setDevices({});
         window.refreshDevices();
-        QTRY_VERIFY(empty->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(empty->isVisible(), scannerTimeout);
         QVERIFY(!child<QPushButton>(&window, "overviewButton")->isEnabled());
     }
 };

@@ -1,5 +1,8 @@
+#include "CraftedArchives.h"
+#include "DamagedArchives.h"
 #include "RawPlist.h"
 #include "TestSupport.h"
+#include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "store/CanonicalDump.h"
@@ -226,6 +229,90 @@ private Q_SLOTS:
         const Value root = KeyedUnarchiver::unarchiveObjectWithData(bytes, &error);
         QVERIFY(root.isNil());
         QVERIFY(!error.isEmpty());
+    }
+
+    void sharedValuesAreDecodedOnce_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("levels");
+        for (const int levels : { 1, 24, 64 }) {
+            QTest::addRow("binary, %d levels", levels) << CraftedArchives::sharedNesting(levels) << levels;
+            QTest::addRow("XML, %d levels", levels) << CraftedArchives::xmlSharedNesting(levels) << levels;
+        }
+        QTest::newRow("binary, as deep as allowed") << CraftedArchives::sharedNesting(KeyedUnarchiver::maxDepth) << KeyedUnarchiver::maxDepth;
+    }
+    void sharedValuesAreDecodedOnce()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, levels);
+        KeyedUnarchiver unarchiver;
+        QVERIFY2(unarchiver.decode(bytes), qPrintable(unarchiver.errorString()));
+        QCOMPARE(unarchiver.decodedObjectCount(), levels + 1); // every list and the leaf, each once
+        Value level = unarchiver.root();
+        for (int i = 0; i < levels; ++i) {
+            const ValueList& items = level.toArray();
+            QCOMPARE(items.size(), 2);
+            if (i + 1 < levels)
+                QCOMPARE(&items[0].toArray(), &items[1].toArray()); // one list at both places, not two copies
+            level = items[1];
+        }
+        QCOMPARE(level.toString(), QStringLiteral("leaf"));
+    }
+
+    void repeatedReferencesCostOnlyTheirBytes_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("rootItems");
+        QTest::addColumn<int>("decodedObjects"); // -1: not counted
+        QTest::newRow("UIDs sharing one record") << CraftedArchives::uidsSharingOneRecord(2000, 2000) << 2000 << 3;
+        QTest::newRow("records sharing one list") << CraftedArchives::recordsSharingOneList(2000, 2000) << 2000 << 2002;
+        QTest::newRow("dictionaries sharing lists") << CraftedArchives::dictionariesSharingTheirLists(2000, 1000) << 2000 << 3002;
+        QTest::newRow("long escaped key everywhere") << CraftedArchives::longKeyInManyRecords(2000, 20000) << 2000 << 2001;
+        QTest::newRow("one class description") << CraftedArchives::classesSharingOneDescription(2000, 2000) << 2000 << 2001;
+
+        ValueList documents;
+        for (int i = 0; i < 300; ++i) {
+            auto document = QuillarcDocument::create();
+            document->setField(QuillarcDocument::Title, Value::string(QStringLiteral("Rechnung %1").arg(i)));
+            document->setField(QuillarcDocument::FileSize, Value::real(1000.0 + i));
+            documents.append(Value::object(document));
+        }
+        QTest::newRow("300 documents written here") << KeyedArchiver::archivedDataWithRootObject(Value::array(documents)) << 300 << -1;
+    }
+    void repeatedReferencesCostOnlyTheirBytes()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, rootItems);
+        QFETCH(int, decodedObjects);
+        KeyedUnarchiver unarchiver;
+        QVERIFY2(unarchiver.decode(bytes), qPrintable(unarchiver.errorString()));
+        QCOMPARE(unarchiver.root().toArray().size(), rootItems);
+        if (decodedObjects >= 0)
+            QCOMPARE(unarchiver.decodedObjectCount(), decodedObjects);
+        // Keys, list entries and characters: fewer than the file has bytes,
+        // however often the same record, list, key or class is reached.
+        QVERIFY2(unarchiver.workCount() < bytes.size(),
+            qPrintable(QStringLiteral("%1 units for %2 bytes").arg(unarchiver.workCount()).arg(bytes.size())));
+    }
+
+    void refusesLoopsDepthAndAbsurdSizes_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("reason");
+        for (const auto& cases : { DamagedArchives::cycles(), DamagedArchives::propertyListLoops(), DamagedArchives::absurdSizes(),
+                 DamagedArchives::xmlCases() }) {
+            for (const DamagedArchives::Case& c : cases)
+                QTest::newRow(qPrintable(c.name)) << c.bytes << c.reason;
+        }
+    }
+    void refusesLoopsDepthAndAbsurdSizes()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, reason);
+        QString error;
+        const Value root = KeyedUnarchiver::unarchiveObjectWithData(bytes, &error);
+        QVERIFY(root.isNil());
+        QVERIFY2(error.contains(reason), qPrintable(error));
     }
 };
 

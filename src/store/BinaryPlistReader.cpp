@@ -63,13 +63,18 @@ bool BinaryPlistReader::open(const QByteArray& bytes)
     return true;
 }
 
+qsizetype BinaryPlistReader::offsetOf(quint64 index) const
+{
+    return qsizetype(readUnsigned(qsizetype(m_offsetTableOffset + index * quint64(m_offsetIntSize)), m_offsetIntSize));
+}
+
 bool BinaryPlistReader::object(quint64 index, Object* out) const
 {
     *out = Object();
     if (index >= m_objectCount)
         return fail(QStringLiteral("object reference out of range"));
     const qsizetype end = qsizetype(m_offsetTableOffset);
-    qsizetype offset = qsizetype(readUnsigned(qsizetype(m_offsetTableOffset + index * quint64(m_offsetIntSize)), m_offsetIntSize));
+    qsizetype offset = offsetOf(index);
     const uchar marker = m_data[offset];
     const int high = marker >> 4;
     const int low = marker & 0x0F;

@@ -31,6 +31,10 @@ public:
     quint64 objectCount() const { return m_objectCount; }
     quint64 topObject() const { return m_topObject; }
 
+    /// File offset of object `index` (below objectCount()). Several indexes
+    /// may name the same offset, that is the same stored object.
+    qsizetype offsetOf(quint64 index) const;
+
     /// Parses the header of object `index`; false (with errorString) when it is damaged.
     bool object(quint64 index, Object* out) const;
 

@@ -9,6 +9,7 @@
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
+#include "store/RecordTree.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QDir>
@@ -165,6 +166,8 @@ Document::ReadResult Document::readFromFileWrapper(const QString& path, const QS
         if (company.isNil() && !m_clientData.isEmpty())
             return damaged(QStringLiteral("The archive's records are damaged: %1").arg(decodeError));
         m_container = company.toDictionary().value(QStringLiteral("container")).toObjectOf<QuillarcContainer>();
+        if (m_container && !RecordTree::check(*m_container, &decodeError))
+            return damaged(QStringLiteral("The archive's records are damaged: %1").arg(decodeError));
     } else if (!companyData.isNil()) {
         qCWarning(lcQuillarc).noquote() << "companyData is not data; the archive has no records";
     }

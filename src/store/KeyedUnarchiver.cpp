@@ -4,19 +4,26 @@
 #include "model/QuillarcDatabaseObject.h"
 #include "store/XmlPlistReader.h"
 
-#include <QScopeGuard>
-
 namespace {
 using Type = BinaryPlistReader::Type;
-constexpr int maxDepth = 256;
+constexpr quint64 noList = ~quint64(0);
+/// Dictionaries this small are rebuilt at each reference; larger ones once per pair of lists.
+constexpr quint64 smallDictionary = 8;
 
 bool kindFits(Value::Kind expected, Value::Kind actual)
 {
     if (actual == Value::Kind::Nil || expected == actual)
         return true;
-    const auto isNumber = [](Value::Kind k) { return k == Value::Kind::Bool || k == Value::Kind::Integer || k == Value::Kind::Real; };
+    const auto isNumber
+        = [](Value::Kind k) { return k == Value::Kind::Bool || k == Value::Kind::Integer || k == Value::Kind::Real; };
     // Numbers are read leniently: a flag stored as an integer, an integer stored as a real...
     return isNumber(expected) && isNumber(actual);
+}
+
+bool isPlain(Type type)
+{
+    return type == Type::Bool || type == Type::Integer || type == Type::Real || type == Type::Date || type == Type::Data
+        || BinaryPlistReader::isString(type);
 }
 } // namespace
 
@@ -25,6 +32,11 @@ bool KeyedUnarchiver::fail(const QString& message)
     if (m_error.isEmpty())
         m_error = message;
     return false;
+}
+
+bool KeyedUnarchiver::spend(qint64 work)
+{
+    return m_ledger.spend(work) || fail(QStringLiteral("objects overlap or repeat beyond what the file's size allows"));
 }
 
 Value KeyedUnarchiver::unarchiveObjectWithData(const QByteArray& bytes, QString* error)
@@ -38,15 +50,11 @@ Value KeyedUnarchiver::unarchiveObjectWithData(const QByteArray& bytes, QString*
     return unarchiver.root();
 }
 
-QByteArray KeyedUnarchiver::dataOf(const Object& object) const
-{
-    return m_dataAsView ? m_reader.dataView(object) : m_reader.dataValue(object);
-}
-
 bool KeyedUnarchiver::decode(const QByteArray& bytes)
 {
-    m_error.clear();
-    m_root = Value();
+    const bool dataAsView = m_dataAsView;
+    *this = KeyedUnarchiver();
+    m_dataAsView = dataAsView;
     QByteArray binary = bytes;
     if (!bytes.startsWith("bplist")) {
         if (!XmlPlistReader::looksLikeXml(bytes))
@@ -57,55 +65,79 @@ bool KeyedUnarchiver::decode(const QByteArray& bytes)
     }
     if (!m_reader.open(binary))
         return fail(m_reader.errorString());
+    m_ledger.reset(m_reader, workPerByte * binary.size());
 
     Object top;
     if (!m_reader.object(m_reader.topObject(), &top) || top.type != Type::Dictionary)
         return fail(QStringLiteral("not a keyed archive: the top object is not a dictionary"));
     Object archiver;
-    if (recordValue(top, QStringLiteral("$archiver"), &archiver)
-        && (!BinaryPlistReader::isString(archiver.type) || m_reader.stringValue(archiver) != QLatin1String("NSKeyedArchiver")))
+    if (recordValue(top, QLatin1StringView("$archiver"), &archiver)
+        && (!BinaryPlistReader::isString(archiver.type)
+            || m_reader.stringValue(archiver) != QLatin1String("NSKeyedArchiver")))
         return fail(QStringLiteral("not a keyed archive: unknown archiver"));
     Object objects;
-    if (!recordValue(top, QStringLiteral("$objects"), &objects) || objects.type != Type::Array)
+    if (!recordValue(top, QLatin1StringView("$objects"), &objects) || objects.type != Type::Array)
         return fail(QStringLiteral("not a keyed archive: no object list"));
     m_objectRefs.resize(size_t(objects.count));
     for (quint64 i = 0; i < objects.count; ++i)
         m_objectRefs[size_t(i)] = m_reader.ref(objects, i);
 
     Object topRecord;
-    if (!recordValue(top, QStringLiteral("$top"), &topRecord) || topRecord.type != Type::Dictionary)
+    if (!recordValue(top, QLatin1StringView("$top"), &topRecord) || topRecord.type != Type::Dictionary)
         return fail(QStringLiteral("not a keyed archive: no top record"));
     Object rootRef;
     quint64 rootUid = 0;
-    if (!recordValue(topRecord, QStringLiteral("root"), &rootRef) || !uidOf(rootRef, &rootUid))
+    if (!recordValue(topRecord, QLatin1StringView("root"), &rootRef) || !uidOf(rootRef, &rootUid))
         return fail(QStringLiteral("not a keyed archive: no root object"));
-    return decodeUid(rootUid, &m_root, 0);
+    // Damage met where a value was optional still fails the whole archive.
+    if (!decodeUid(rootUid, &m_root, 0) || !m_error.isEmpty()) {
+        m_root = Value();
+        return fail(m_error);
+    }
+    return true;
 }
 
-QString KeyedUnarchiver::keyAt(const Object& dictionary, quint64 i)
+QString KeyedUnarchiver::keyAt(const Object& dictionary, quint64 i, quint64* keyIndex)
 {
     const quint64 ref = m_reader.ref(dictionary, i);
-    const auto it = m_keyStrings.constFind(ref);
-    if (it != m_keyStrings.constEnd())
-        return it.value();
+    *keyIndex = noList;
+    if (ref >= m_reader.objectCount()) {
+        fail(QStringLiteral("object reference out of range"));
+        return QString();
+    }
+    *keyIndex = m_ledger.slot(ref);
+    const auto known = m_keyStrings.constFind(*keyIndex);
+    if (known != m_keyStrings.constEnd())
+        return known.value();
     Object key;
+    if (!m_reader.object(ref, &key)) {
+        fail(m_reader.errorString()); // damage, unlike a key that is no text
+        return QString();
+    }
     QString text;
-    if (m_reader.object(ref, &key) && BinaryPlistReader::isString(key.type))
+    if (BinaryPlistReader::isString(key.type) && spend(qint64(key.count)))
         text = m_reader.stringValue(key);
-    m_keyStrings.insert(ref, text);
+    m_keyStrings.insert(*keyIndex, text);
     return text;
 }
 
-bool KeyedUnarchiver::recordValue(const Object& record, const QString& key, Object* value)
+bool KeyedUnarchiver::recordValue(const Object& record, QLatin1StringView key, Object* value, quint64* index)
 {
+    quint64 keyIndex = 0;
     for (quint64 i = 0; i < record.count; ++i) {
-        if (keyAt(record, i) == key)
-            return m_reader.object(m_reader.ref(record, record.count + i), value);
+        if (!spend(1))
+            return false;
+        if (keyAt(record, i, &keyIndex) == key) {
+            const quint64 ref = m_reader.ref(record, record.count + i);
+            if (index)
+                *index = ref;
+            return m_reader.object(ref, value) || fail(m_reader.errorString());
+        }
     }
     return false;
 }
 
-bool KeyedUnarchiver::uidOf(const Object& object, quint64* uid)
+bool KeyedUnarchiver::uidOf(const Object& object, quint64* uid) const
 {
     if (object.type != Type::Uid)
         return false;
@@ -113,41 +145,62 @@ bool KeyedUnarchiver::uidOf(const Object& object, quint64* uid)
     return object.width <= 4 || *uid < (quint64(1) << 32);
 }
 
-bool KeyedUnarchiver::uidList(const Object& record, const QString& key, std::vector<quint64>* uids)
+Value KeyedUnarchiver::plainValue(const Object& object, quint64 index)
 {
-    Object list;
-    if (!recordValue(record, key, &list))
-        return true; // a missing list is an empty one
-    if (list.type != Type::Array)
-        return fail(QStringLiteral("%1 is not a list").arg(key));
-    uids->reserve(size_t(list.count));
-    for (quint64 i = 0; i < list.count; ++i) {
-        Object item;
-        quint64 uid = 0;
-        if (!m_reader.object(m_reader.ref(list, i), &item) || !uidOf(item, &uid))
-            return fail(QStringLiteral("%1 holds something other than references").arg(key));
-        uids->push_back(uid);
+    if (!isPlain(object.type))
+        return Value();
+    const quint64 slot = m_ledger.slot(index);
+    if (m_ledger.state(slot) == State::Value)
+        return m_ledger.value(slot);
+    // Texts and bytes can be long: each stored one is converted once.
+    Value value;
+    switch (object.type) {
+    case Type::Bool:
+        value = Value::boolean(object.boolean);
+        break;
+    case Type::Integer:
+        value = Value::integer(m_reader.integerValue(object));
+        break;
+    case Type::Real:
+        value = Value::real(m_reader.realValue(object), object.width == 4);
+        break;
+    case Type::Date: // written inline by some archivers
+        value = Value::date(m_reader.realValue(object));
+        break;
+    case Type::Data:
+        if (spend(qint64(object.count)))
+            value = Value::data(m_dataAsView ? m_reader.dataView(object) : m_reader.dataValue(object));
+        break;
+    default:
+        if (spend(qint64(object.count)))
+            value = Value::string(m_reader.stringValue(object));
+        break;
     }
-    return true;
+    m_ledger.setValue(slot, value);
+    return value;
 }
 
-bool KeyedUnarchiver::className(quint64 classUid, QString* name)
+bool KeyedUnarchiver::classOf(quint64 classUid, ArchiveClass* entry)
 {
-    const auto it = m_classNames.constFind(classUid);
-    if (it != m_classNames.constEnd()) {
-        *name = it.value();
-        return true;
-    }
     if (classUid == 0 || classUid >= m_objectRefs.size())
         return fail(QStringLiteral("class reference out of range"));
+    const quint64 index = m_objectRefs[size_t(classUid)];
     Object description;
-    Object nameObject;
-    if (!m_reader.object(m_objectRefs[size_t(classUid)], &description) || description.type != Type::Dictionary
-        || !recordValue(description, QStringLiteral("$classname"), &nameObject)
-        || !BinaryPlistReader::isString(nameObject.type))
+    if (!m_reader.object(index, &description) || description.type != Type::Dictionary)
         return fail(QStringLiteral("damaged class description"));
-    *name = m_reader.stringValue(nameObject);
-    m_classNames.insert(classUid, *name);
+    const quint64 slot = m_ledger.slot(index);
+    const auto known = m_classes.constFind(slot);
+    if (known != m_classes.constEnd()) {
+        *entry = known.value();
+        return true;
+    }
+    Object name;
+    if (!recordValue(description, QLatin1StringView("$classname"), &name) || !BinaryPlistReader::isString(name.type))
+        return fail(QStringLiteral("damaged class description"));
+    if (!spend(qint64(name.count)))
+        return false;
+    *entry = ArchiveClass::forName(m_reader.stringValue(name));
+    m_classes.insert(slot, *entry);
     return true;
 }
 
@@ -158,183 +211,249 @@ bool KeyedUnarchiver::decodeUid(quint64 uid, Value* out, int depth)
         return true;
     if (uid >= m_objectRefs.size())
         return fail(QStringLiteral("reference past the object list"));
-    if (depth > maxDepth)
-        return fail(QStringLiteral("archive nested too deeply"));
-    const auto decoded = m_decodedObjects.constFind(uid);
-    if (decoded != m_decodedObjects.constEnd()) {
-        *out = Value::object(decoded.value());
+    const quint64 index = m_objectRefs[size_t(uid)];
+    if (index >= m_reader.objectCount())
+        return fail(QStringLiteral("object reference out of range"));
+    const quint64 slot = m_ledger.slot(index);
+    switch (m_ledger.state(slot)) {
+    case State::Value:
+        *out = m_ledger.value(slot);
         return true;
+    case State::InProgress:
+        return fail(QStringLiteral("an object contains itself"));
+    case State::List:
+        return fail(QStringLiteral("unexpected object in the object list"));
+    case State::Unseen:
+        break;
     }
     Object object;
-    if (!m_reader.object(m_objectRefs[size_t(uid)], &object))
+    if (!m_reader.object(index, &object))
         return fail(m_reader.errorString());
-    switch (object.type) {
-    case Type::Bool:
-        *out = Value::boolean(object.boolean);
+    if (isPlain(object.type)) {
+        *out = plainValue(object, index);
         return true;
-    case Type::Integer:
-        *out = Value::integer(m_reader.integerValue(object));
-        return true;
-    case Type::Real:
-        *out = Value::real(m_reader.realValue(object), object.width == 4);
-        return true;
-    case Type::Date: // written inline by some archivers
-        *out = Value::date(m_reader.realValue(object));
-        return true;
-    case Type::AsciiString:
-    case Type::Utf16String:
-    case Type::Utf8String:
-        *out = Value::string(m_reader.stringValue(object));
-        return true;
-    case Type::Data:
-        *out = Value::data(dataOf(object));
-        return true;
-    case Type::Dictionary:
-        return decodeRecord(uid, object, out, depth);
-    default:
-        return fail(QStringLiteral("unexpected object in the object list"));
     }
+    if (object.type != Type::Dictionary)
+        return fail(QStringLiteral("unexpected object in the object list"));
+    if (depth >= maxDepth)
+        return fail(QStringLiteral("objects nested more than %1 levels deep").arg(maxDepth));
+    m_ledger.setInProgress(slot);
+    if (!decodeRecord(object, out, depth))
+        return false;
+    m_ledger.setValue(slot, *out);
+    return true;
 }
 
-bool KeyedUnarchiver::decodeRecord(quint64 uid, const Object& record, Value* out, int depth)
+bool KeyedUnarchiver::decodeRecord(const Object& record, Value* out, int depth)
 {
     Object classRef;
     quint64 classUid = 0;
-    if (!recordValue(record, QStringLiteral("$class"), &classRef) || !uidOf(classRef, &classUid))
+    if (!recordValue(record, QLatin1StringView("$class"), &classRef) || !uidOf(classRef, &classUid))
         return fail(QStringLiteral("record without a class"));
-    QString name;
-    if (!className(classUid, &name))
+    ArchiveClass entry;
+    if (!classOf(classUid, &entry))
         return false;
-
-    if (const ClassInfo* info = ClassInfo::forClassName(name)) {
-        Q_UNUSED(info);
-        return decodeModelObject(uid, record, name, out, depth);
+    switch (entry.kind) {
+    case ArchiveClass::Model:
+        return decodeModelObject(record, entry, out, depth);
+    case ArchiveClass::Array:
+    case ArchiveClass::Dictionary:
+        return decodeContainer(record, entry, out, depth);
+    case ArchiveClass::Unknown:
+        return fail(QStringLiteral("unknown class %1").arg(entry.name));
+    default:
+        return decodePlatformValue(record, entry, out);
     }
-    if (m_inProgress.contains(uid))
-        return fail(QStringLiteral("a container contains itself"));
-    m_inProgress.insert(uid);
-    const auto done = qScopeGuard([this, uid] { m_inProgress.remove(uid); });
+}
 
-    if (name == QLatin1String("NSDate")) {
-        Object time;
-        if (!recordValue(record, QStringLiteral("NS.time"), &time)
-            || (time.type != Type::Real && time.type != Type::Integer && time.type != Type::Date))
+bool KeyedUnarchiver::decodePlatformValue(const Object& record, const ArchiveClass& entry, Value* out)
+{
+    Object value;
+    quint64 index = 0;
+    switch (entry.kind) {
+    case ArchiveClass::Date:
+        if (!recordValue(record, QLatin1StringView("NS.time"), &value)
+            || (value.type != Type::Real && value.type != Type::Integer && value.type != Type::Date))
             return fail(QStringLiteral("date without a time"));
-        *out = Value::date(m_reader.realValue(time));
+        *out = Value::date(m_reader.realValue(value));
         return true;
-    }
-    if (name == QLatin1String("NSArray") || name == QLatin1String("NSMutableArray")) {
-        std::vector<quint64> uids;
-        if (!uidList(record, QStringLiteral("NS.objects"), &uids))
-            return false;
-        ValueList items;
-        items.reserve(qsizetype(uids.size()));
-        for (const quint64 item : uids) {
-            Value value;
-            if (!decodeUid(item, &value, depth + 1))
-                return false;
-            items.append(value);
-        }
-        *out = Value::array(items, name == QLatin1String("NSMutableArray"));
-        return true;
-    }
-    if (name == QLatin1String("NSDictionary") || name == QLatin1String("NSMutableDictionary")) {
-        std::vector<quint64> keys;
-        std::vector<quint64> values;
-        if (!uidList(record, QStringLiteral("NS.keys"), &keys) || !uidList(record, QStringLiteral("NS.objects"), &values))
-            return false;
-        if (keys.size() != values.size())
-            return fail(QStringLiteral("dictionary with unequal keys and values"));
-        ValueMap map;
-        for (size_t i = 0; i < keys.size(); ++i) {
-            Value key;
-            Value value;
-            if (!decodeUid(keys[i], &key, depth + 1) || !decodeUid(values[i], &value, depth + 1))
-                return false;
-            if (key.kind() != Value::Kind::String)
-                return fail(QStringLiteral("dictionary key that is not a text"));
-            map.insert(key.toString(), value);
-        }
-        *out = Value::dictionary(map, name == QLatin1String("NSMutableDictionary"));
-        return true;
-    }
-    if (name == QLatin1String("NSString") || name == QLatin1String("NSMutableString")) {
-        Object text;
-        if (!recordValue(record, QStringLiteral("NS.string"), &text) || !BinaryPlistReader::isString(text.type))
+    case ArchiveClass::String:
+        if (!recordValue(record, QLatin1StringView("NS.string"), &value, &index)
+            || !BinaryPlistReader::isString(value.type))
             return fail(QStringLiteral("text record without text"));
-        *out = Value::string(m_reader.stringValue(text));
+        *out = plainValue(value, index);
         return true;
-    }
-    if (name == QLatin1String("NSData") || name == QLatin1String("NSMutableData")) {
-        Object bytes;
-        if ((!recordValue(record, QStringLiteral("NS.data"), &bytes) && !recordValue(record, QStringLiteral("NS.bytes"), &bytes))
-            || bytes.type != Type::Data)
+    case ArchiveClass::Data: {
+        const bool found = recordValue(record, QLatin1StringView("NS.data"), &value, &index)
+            || (m_error.isEmpty() && recordValue(record, QLatin1StringView("NS.bytes"), &value, &index));
+        if (!found || value.type != Type::Data)
             return fail(QStringLiteral("data record without bytes"));
-        *out = Value::data(dataOf(bytes));
+        *out = plainValue(value, index);
         return true;
     }
-    if (name == QLatin1String("NSNumber")) {
+    default: {
         // Number records carry their value under one NS.* key; take the first number found.
+        quint64 keyIndex = 0;
         for (quint64 i = 0; i < record.count; ++i) {
-            Object value;
-            if (keyAt(record, i) == QLatin1String("$class") || !m_reader.object(m_reader.ref(record, record.count + i), &value))
+            if (!spend(1))
+                return false;
+            if (keyAt(record, i, &keyIndex) == QLatin1String("$class"))
                 continue;
-            if (value.type == Type::Integer) {
-                *out = Value::integer(m_reader.integerValue(value));
-                return true;
-            }
-            if (value.type == Type::Real) {
-                *out = Value::real(m_reader.realValue(value), value.width == 4);
-                return true;
-            }
-            if (value.type == Type::Bool) {
-                *out = Value::boolean(value.boolean);
+            index = m_reader.ref(record, record.count + i);
+            if (!m_reader.object(index, &value))
+                return fail(m_reader.errorString());
+            if (value.type == Type::Integer || value.type == Type::Real || value.type == Type::Bool) {
+                *out = plainValue(value, index);
                 return true;
             }
         }
         return fail(QStringLiteral("number record without a number"));
     }
-    return fail(QStringLiteral("unknown class %1").arg(name));
+    }
 }
 
-bool KeyedUnarchiver::decodeModelObject(quint64 uid, const Object& record, const QString& name, Value* out, int depth)
+bool KeyedUnarchiver::findList(const Object& record, QLatin1StringView key, Object* list, quint64* index)
 {
-    const ClassInfo* info = ClassInfo::forClassName(name);
-    const ObjectPtr object = info->makeEmpty();
-    // Registered before the fields, so references back to it resolve to it.
-    m_decodedObjects.insert(uid, object);
-    const auto& fields = info->fields();
+    if (!recordValue(record, key, list, index)) {
+        if (!m_error.isEmpty())
+            return false;
+        *list = Object(); // a missing list is an empty one
+        list->type = Type::Array;
+        *index = noList;
+        return true;
+    }
+    return list->type == Type::Array || fail(QStringLiteral("%1 is not a list").arg(key));
+}
+
+bool KeyedUnarchiver::decodeList(const Object& list, quint64 index, QLatin1StringView key, ValueList* out, int depth)
+{
+    if (index == noList) {
+        out->clear();
+        return true;
+    }
+    // Records may share one stored list: its entries are decoded once.
+    const quint64 slot = m_ledger.slot(index);
+    if (m_ledger.state(slot) == State::List) {
+        *out = m_ledger.value(slot).toArray();
+        return true;
+    }
+    ValueList items;
+    items.reserve(qsizetype(list.count));
+    for (quint64 i = 0; i < list.count; ++i) {
+        if (!spend(1))
+            return false;
+        Object item;
+        quint64 uid = 0;
+        if (!m_reader.object(m_reader.ref(list, i), &item) || !uidOf(item, &uid))
+            return fail(QStringLiteral("%1 holds something other than references").arg(key));
+        Value value;
+        if (!decodeUid(uid, &value, depth + 1))
+            return false;
+        items.append(value);
+    }
+    m_ledger.setList(slot, items);
+    *out = items;
+    return true;
+}
+
+bool KeyedUnarchiver::decodeContainer(const Object& record, const ArchiveClass& entry, Value* out, int depth)
+{
+    const QLatin1StringView objectsKey("NS.objects");
+    const QLatin1StringView keysKey("NS.keys");
+    Object valueList;
+    quint64 valueIndex = noList;
+    ValueList values;
+    if (!findList(record, objectsKey, &valueList, &valueIndex))
+        return false;
+    if (entry.kind == ArchiveClass::Array) {
+        if (!decodeList(valueList, valueIndex, objectsKey, &values, depth))
+            return false;
+        *out = Value::array(values, entry.isMutable);
+        return true;
+    }
+    Object keyList;
+    quint64 keyIndex = noList;
+    if (!findList(record, keysKey, &keyList, &keyIndex))
+        return false;
+    if (keyList.count != valueList.count)
+        return fail(QStringLiteral("dictionary with unequal keys and values"));
+    ValueList keys;
+    if (!decodeList(keyList, keyIndex, keysKey, &keys, depth)
+        || !decodeList(valueList, valueIndex, objectsKey, &values, depth))
+        return false;
+    // Records may also share both lists: a large dictionary is then built once.
+    const QPair<quint64, quint64> lists(keyIndex == noList ? noList : m_ledger.slot(keyIndex),
+        valueIndex == noList ? noList : m_ledger.slot(valueIndex));
+    const bool remember = keyList.count > smallDictionary;
+    if (remember) {
+        const auto known = m_maps.constFind(lists);
+        if (known != m_maps.constEnd()) {
+            *out = Value::dictionary(known.value(), entry.isMutable);
+            return true;
+        }
+    }
+    ValueMap map;
+    for (qsizetype i = 0; i < keys.size(); ++i) {
+        if (!spend(1))
+            return false;
+        if (keys[i].kind() != Value::Kind::String)
+            return fail(QStringLiteral("dictionary key that is not a text"));
+        map.insert(keys[i].toString(), values[i]);
+    }
+    if (remember)
+        m_maps.insert(lists, map);
+    *out = Value::dictionary(map, entry.isMutable);
+    return true;
+}
+
+int KeyedUnarchiver::fieldIndex(quint64 keyIndex, const QString& key, const ClassInfo* info)
+{
+    const QPair<quint64, const ClassInfo*> slot(keyIndex, info);
+    const auto known = m_fieldIndexes.constFind(slot);
+    if (known != m_fieldIndexes.constEnd())
+        return known.value();
+    int index = -1;
+    if (key.startsWith(QLatin1String("$$")))
+        index = info->indexOf(key.mid(1)); // "$" escapes keys that start with "$"
+    else if (!key.startsWith(QLatin1Char('$')))
+        index = info->indexOf(key); // keys this version does not know are ignored
+    m_fieldIndexes.insert(slot, index);
+    return index;
+}
+
+bool KeyedUnarchiver::decodeModelObject(const Object& record, const ArchiveClass& entry, Value* out, int depth)
+{
+    const ObjectPtr object = entry.info->makeEmpty();
+    const auto& fields = entry.info->fields();
     for (quint64 i = 0; i < record.count; ++i) {
-        QString key = keyAt(record, i);
-        if (key.startsWith(QLatin1String("$$")))
-            key.remove(0, 1);
-        else if (key.startsWith(QLatin1Char('$')))
-            continue;
-        const int index = info->indexOf(key);
+        quint64 keyIndex = 0;
+        if (!spend(1))
+            return false;
+        const QString key = keyAt(record, i, &keyIndex);
+        if (!m_error.isEmpty())
+            return false;
+        const int index = fieldIndex(keyIndex, key, entry.info);
         if (index < 0)
-            continue; // keys this version does not know are ignored
+            continue;
+        const quint64 valueIndex = m_reader.ref(record, record.count + i);
         Object reference;
-        quint64 valueUid = 0;
-        if (!m_reader.object(m_reader.ref(record, record.count + i), &reference))
+        if (!m_reader.object(valueIndex, &reference))
             return fail(m_reader.errorString());
         Value value;
         if (reference.type == Type::Uid) {
+            quint64 valueUid = 0;
             if (!uidOf(reference, &valueUid))
                 return fail(QStringLiteral("reference out of range"));
             if (!decodeUid(valueUid, &value, depth + 1))
                 return false;
-        } else if (reference.type == Type::Integer || reference.type == Type::Real || reference.type == Type::Bool) {
-            // Scalars encoded inline rather than as objects.
-            value = reference.type == Type::Bool ? Value::boolean(reference.boolean)
-                : reference.type == Type::Integer ? Value::integer(m_reader.integerValue(reference))
-                                                  : Value::real(m_reader.realValue(reference), reference.width == 4);
-        } else if (BinaryPlistReader::isString(reference.type)) {
-            value = Value::string(m_reader.stringValue(reference));
+        } else if (reference.type != Type::Data && reference.type != Type::Date) {
+            value = plainValue(reference, valueIndex); // scalars encoded inline rather than as objects
         }
-        if (!kindFits(fields[size_t(index)].kind, value.kind())) {
-            qCWarning(lcQuillarc).noquote() << QStringLiteral("%1.%2: expected %3, found %4; read as nil")
-                                                   .arg(name, key, Value::kindName(fields[size_t(index)].kind),
-                                                       Value::kindName(value.kind()));
+        const FieldInfo& field = fields[size_t(index)];
+        if (!kindFits(field.kind, value.kind())) {
+            qCWarning(lcQuillarc).noquote()
+                << QStringLiteral("%1.%2: expected %3, found %4; read as nil")
+                       .arg(entry.name, QString(field.key), Value::kindName(field.kind), Value::kindName(value.kind()));
             value = Value();
         }
         object->setField(index, value);

@@ -101,14 +101,23 @@ QByteArray RawPlist::dict(const QList<int>& keys, const QList<int>& values) cons
     return marker(0xD, keys.size()) + refs(keys) + refs(values);
 }
 
+int RawPlist::alias(int index, int delta)
+{
+    const int aliasIndex = add(QByteArray());
+    m_aliases.insert(aliasIndex, { index, delta });
+    return aliasIndex;
+}
+
 QByteArray RawPlist::build(int top) const
 {
     QByteArray out("bplist00");
     QList<quint64> offsets;
-    for (const QByteArray& object : m_objects) {
+    for (qsizetype i = 0; i < m_objects.size(); ++i) {
         offsets.append(quint64(out.size()));
-        out.append(object);
+        out.append(m_objects[i]);
     }
+    for (auto it = m_aliases.constBegin(); it != m_aliases.constEnd(); ++it)
+        offsets[it.key()] = offsets[it.value().first] + quint64(it.value().second);
     const quint64 tableOffset = quint64(out.size());
     for (const quint64 offset : offsets) {
         for (int shift = 8 * (m_offsetSize - 1); shift >= 0; shift -= 8)
@@ -132,7 +141,12 @@ RawKeyedArchive::RawKeyedArchive(int refSize)
 
 int RawKeyedArchive::addObject(const QByteArray& encodedObject)
 {
-    m_objectRefs.append(m_plist.add(encodedObject));
+    return addObjectRef(m_plist.add(encodedObject));
+}
+
+int RawKeyedArchive::addObjectRef(int plistIndex)
+{
+    m_objectRefs.append(plistIndex);
     return int(m_objectRefs.size() - 1);
 }
 
@@ -145,7 +159,7 @@ QByteArray RawKeyedArchive::record(int classUid, const QList<QPair<QString, QByt
         values.append(m_plist.add(value));
     }
     keys.append(m_plist.add(m_plist.ascii(QStringLiteral("$class"))));
-    values.append(m_plist.add(m_plist.uid(quint64(classUid), 1)));
+    values.append(uidRef(classUid));
     return m_plist.dict(keys, values);
 }
 
@@ -168,7 +182,7 @@ QByteArray RawKeyedArchive::build(int rootUid)
     // Built last, so the top object is not object 0: readers must follow the trailer.
     const int objects = m_plist.add(m_plist.array(m_objectRefs));
     const int rootKey = m_plist.add(m_plist.ascii(QStringLiteral("root")));
-    const int rootValue = m_plist.add(m_plist.uid(quint64(rootUid), 1));
+    const int rootValue = uidRef(rootUid);
     const int top = m_plist.add(m_plist.dict({ rootKey }, { rootValue }));
     const QList<int> keys { m_plist.add(m_plist.ascii(QStringLiteral("$archiver"))), m_plist.add(m_plist.ascii(QStringLiteral("$top"))),
         m_plist.add(m_plist.ascii(QStringLiteral("$objects"))), m_plist.add(m_plist.ascii(QStringLiteral("$version"))) };
