@@ -2,8 +2,8 @@
 // table, and the filter per keystroke (first with the folded search texts still
 // to build, then with them cached), next to the shipped table for scale.
 #include "BenchSupport.h"
-#include "app/i18n/KVLocalizerFilterModel.h"
-#include "app/i18n/KVLocalizerModel.h"
+#include "app/translation/KVLocalizerFilterModel.h"
+#include "app/translation/KVLocalizerModel.h"
 #include "text/KVLocalizationDictionary.h"
 #include "text/KVLocalizationTable.h"
 

@@ -1,7 +1,7 @@
 #include "ScreenRegistry.h"
-#include "app/i18n/KVLocalizer.h"
-#include "app/i18n/KVLocalizerFilterModel.h"
-#include "app/i18n/KVLocalizerModel.h"
+#include "app/translation/KVLocalizer.h"
+#include "app/translation/KVLocalizerFilterModel.h"
+#include "app/translation/KVLocalizerModel.h"
 
 #include <QTableView>
 

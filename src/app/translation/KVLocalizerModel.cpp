@@ -1,4 +1,4 @@
-#include "app/i18n/KVLocalizerModel.h"
+#include "app/translation/KVLocalizerModel.h"
 
 #include "app/i18n/Localizer.h"
 #include "output/TextFolding.h"

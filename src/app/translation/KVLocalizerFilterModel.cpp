@@ -1,6 +1,6 @@
-#include "app/i18n/KVLocalizerFilterModel.h"
+#include "app/translation/KVLocalizerFilterModel.h"
 
-#include "app/i18n/KVLocalizerModel.h"
+#include "app/translation/KVLocalizerModel.h"
 #include "output/TextFolding.h"
 
 KVLocalizerFilterModel::KVLocalizerFilterModel(QObject* parent)

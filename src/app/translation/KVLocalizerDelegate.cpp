@@ -1,4 +1,4 @@
-#include "app/i18n/KVLocalizerDelegate.h"
+#include "app/translation/KVLocalizerDelegate.h"
 
 #include "app/i18n/Localizer.h"
 

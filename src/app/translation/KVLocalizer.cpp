@@ -1,8 +1,8 @@
-#include "app/i18n/KVLocalizer.h"
+#include "app/translation/KVLocalizer.h"
 
-#include "app/i18n/KVLocalizerDelegate.h"
-#include "app/i18n/KVLocalizerFilterModel.h"
-#include "app/i18n/KVLocalizerModel.h"
+#include "app/translation/KVLocalizerDelegate.h"
+#include "app/translation/KVLocalizerFilterModel.h"
+#include "app/translation/KVLocalizerModel.h"
 #include "app/i18n/Localizer.h"
 #include "app/style/Icons.h"
 #include "app/util/FileDialog.h"
