@@ -1,8 +1,12 @@
 #include "text/KVLocalizationDictionary.h"
 
+#include "model/Logging.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QStringList>
 #include <QVariantList>
 #include <QXmlStreamReader>
@@ -77,7 +81,7 @@ QString languageFromSettingsOrSystem()
 
 KVLocalizationDictionary::KVLocalizationDictionary()
     : m_language(preferredLanguage())
-    , m_tablePath(QString::fromLatin1(defaultTablePath))
+    , m_tablePath(resolvedTablePath(userTablePath(), QString::fromLatin1(defaultTablePath)))
 {
     reloadLocalizationDictionary();
 }
@@ -207,6 +211,26 @@ QString KVLocalizationDictionary::preferredLanguage()
     return languageForPreferredLanguage(languageFromSettingsOrSystem());
 }
 
+QString KVLocalizationDictionary::userTablePath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/Quillarc/LocalizationDictionary.glossordoc");
+}
+
+QString KVLocalizationDictionary::resolvedTablePath(const QString& userTablePath, const QString& shippedTablePath)
+{
+    // No user copy is the usual case and says nothing.
+    if (userTablePath.isEmpty() || !QFileInfo::exists(userTablePath))
+        return shippedTablePath;
+    QString error;
+    if (tableItems(userTablePath, &error).isEmpty()) {
+        qCWarning(
+            lcQuillarc, "LOCALIZATION TABLE IGNORED: %s (%s)", qUtf8Printable(userTablePath), qUtf8Printable(error));
+        return shippedTablePath;
+    }
+    return userTablePath;
+}
+
 QList<QVariantMap> KVLocalizationDictionary::tableItems(const QString& path, QString* error)
 {
     QFile file(path);
@@ -215,7 +239,12 @@ QList<QVariantMap> KVLocalizationDictionary::tableItems(const QString& path, QSt
             *error = file.errorString();
         return {};
     }
-    QXmlStreamReader reader(&file);
+    return tableItems(&file, error);
+}
+
+QList<QVariantMap> KVLocalizationDictionary::tableItems(QIODevice* device, QString* error)
+{
+    QXmlStreamReader reader(device);
     QVariant root;
     if (reader.readNextStartElement()) {
         if (reader.name() == QLatin1String("plist")) {

@@ -6,9 +6,12 @@
 #include <QString>
 #include <QVariantMap>
 
+class QIODevice;
+
 /// Turns the keys used in code and user-interface files into texts of the
 /// user's language, from the one table shipped with the application
-/// (resource ":/LocalizationDictionary.glossordoc").
+/// (resource ":/LocalizationDictionary.glossordoc"), or from the user's own
+/// copy of it that the translation editor saves (userTablePath()).
 ///
 /// The table is an XML property list whose root dictionary holds "baseItems",
 /// an array of items; each item maps "base" to the key and every language code
@@ -24,7 +27,8 @@ public:
     static constexpr const char* defaultTablePath = ":/LocalizationDictionary.glossordoc";
 
     /// The single instance, created once (thread-safely) on first use. Its language
-    /// comes from the user-defaults array "AppleLanguages", else from the system.
+    /// comes from the user-defaults array "AppleLanguages", else from the system; its
+    /// table is resolvedTablePath(userTablePath(), defaultTablePath).
     static KVLocalizationDictionary& sharedLocalizationDictionary();
 
     /// A dictionary of its own for the table at @p tablePath and the language code
@@ -50,9 +54,20 @@ public:
     /// set, else the system's first UI language, else "en"; already reduced to its code.
     static QString preferredLanguage();
 
+    /// Where the translation editor keeps the user's edited table:
+    /// GenericDataLocation + "/Quillarc/LocalizationDictionary.glossordoc".
+    static QString userTablePath();
+
+    /// The table to load: @p userTablePath when that file exists and is a readable
+    /// table with items, else @p shippedTablePath. A user copy that is there but
+    /// broken is passed over with a log line, so the application keeps its texts.
+    static QString resolvedTablePath(const QString& userTablePath, const QString& shippedTablePath);
+
     /// All items of "baseItems" of the table at @p path, in order; an empty list (and
     /// @p error set) when the file is missing or not a readable property list.
     static QList<QVariantMap> tableItems(const QString& path, QString* error = nullptr);
+    /// The same for a table read from @p device (open for reading).
+    static QList<QVariantMap> tableItems(QIODevice* device, QString* error = nullptr);
 
     QString language() const;
     void setLanguage(const QString& language);
