@@ -4,10 +4,11 @@
 #include "intake/GroupEditing.h"
 #include "model/QuillarcContainer.h"
 #include "output/DragReordering.h"
+#include "store/ArchivedFile.h"
 
 #include <QSignalSpy>
-#include <QThread>
 #include <QTest>
+#include <QThread>
 
 /// Dragging rows: groups reordered, a document moved onto another group by
 /// way of its decoded copy, the row sets and documents that drags carry, and
@@ -36,15 +37,15 @@ private Q_SLOTS:
         QTest::addColumn<qsizetype>("dropRow");
         QTest::addColumn<QString>("order");
         QTest::addColumn<QList<qsizetype>>("newRows");
-        QTest::newRow("rows 1 and 2 to 4") << QList<qsizetype> { 1, 2 } << qsizetype(4) << "A D B C E"
-                                          << QList<qsizetype> { 2, 3 };
+        QTest::newRow("rows 1 and 2 to 4")
+            << QList<qsizetype> { 1, 2 } << qsizetype(4) << "A D B C E" << QList<qsizetype> { 2, 3 };
         QTest::newRow("last to the top") << QList<qsizetype> { 4 } << qsizetype(0) << "E A B C D"
-                                        << QList<qsizetype> { 0 };
+                                         << QList<qsizetype> { 0 };
         QTest::newRow("onto itself") << QList<qsizetype> { 2 } << qsizetype(2) << "A B C D E" << QList<qsizetype> { 2 };
-        QTest::newRow("negative row is 0") << QList<qsizetype> { 3 } << qsizetype(-5) << "D A B C E"
-                                          << QList<qsizetype> { 0 };
+        QTest::newRow("negative row is 0")
+            << QList<qsizetype> { 3 } << qsizetype(-5) << "D A B C E" << QList<qsizetype> { 0 };
         QTest::newRow("past the end") << QList<qsizetype> { 0 } << qsizetype(99) << "B C D E A"
-                                     << QList<qsizetype> { 4 };
+                                      << QList<qsizetype> { 4 };
     }
 
     void movesGroupRows()
@@ -84,10 +85,11 @@ private Q_SLOTS:
         QCOMPARE(copy->uniqueID(), original->uniqueID());
         QCOMPARE(copy->tags(), QStringList { QStringLiteral("tax") });
         QCOMPARE(copy->group(), target.get());
-        QVERIFY(!copy->isFileCorrupted()); // the member stays where it was
+        QVERIFY(!ArchivedFile::isFileCorrupted(*copy)); // the member stays where it was
         QVERIFY(fixture.archive().isDocumentEdited());
         // A second drop of the same record changes nothing.
-        QVERIFY(!reordering.moveDocumentToGroup(DragReordering::documentsFromArchive(carried).value(0), copy, target, target));
+        QVERIFY(!reordering.moveDocumentToGroup(
+            DragReordering::documentsFromArchive(carried).value(0), copy, target, target));
     }
 
     void foreignBytesCarryNothing()
@@ -123,7 +125,8 @@ private Q_SLOTS:
         const QString source = m_home.freshPath(QStringLiteral("file")) + QStringLiteral(".txt");
         QVERIFY(writeFile(source, "text"));
         DocumentPtr record;
-        QThread* worker = QThread::create([&] { record = DocumentIntake(archive).quillarcDocumentForURL(source, group); });
+        QThread* worker
+            = QThread::create([&] { record = DocumentIntake(archive).quillarcDocumentForURL(source, group); });
         worker->start();
         // The worker asks this thread for the file's icon, so this thread keeps turning.
         QTRY_VERIFY_WITH_TIMEOUT(worker->isFinished(), 60000);

@@ -4,18 +4,18 @@
 #include "intake/DocumentIntake.h"
 #include "intake/MonitoredFolders.h"
 #include "intake/StartupFolderImport.h"
-#include "model/Logging.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcLogObject.h"
 #include "model/QuillarcPreferences.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
 #include <QSignalSpy>
-#include <QThread>
 #include <QTest>
+#include <QThread>
 #include <sys/stat.h>
 
 namespace {

@@ -8,18 +8,19 @@
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
 #include "app/views/DocumentsTableView.h"
+#include "controls/KVButton.h"
 #include "controls/KVTessaryProgress.h"
 #include "model/QuillarcLogObject.h"
+#include "store/ArchivedFile.h"
 
 #include <QDir>
-#include <sys/stat.h>
 #include <QDragEnterEvent>
 #include <QLineEdit>
 #include <QMimeData>
-#include "controls/KVButton.h"
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QUrl>
+#include <sys/stat.h>
 
 /// Files taken in through the main view: one file from the open dialog or a
 /// drop and its sheet, batches and their sheet, folder groups, and the
@@ -131,8 +132,8 @@ private Q_SLOTS:
         const QList<DocumentPtr> documents = reopened->allDocuments();
         QCOMPARE(documents.size(), 1);
         QCOMPARE(documents.first()->slipNumber(), QStringLiteral("RE-41/24"));
-        QVERIFY(!documents.first()->isFileCorrupted());
-        QCOMPARE(documents.first()->fileData(), readFile(files[0]));
+        QVERIFY(!ArchivedFile::isFileCorrupted(*documents.first()));
+        QCOMPARE(ArchivedFile::fileData(*documents.first()), readFile(files[0]));
     }
 
     void batchOfThreeWithEditedStartNumber()
@@ -244,7 +245,8 @@ private Q_SLOTS:
         QDir().mkpath(package);
         MessageBox::setNextAnswer(0);
         QVERIFY(sendDrop(viewport, { package }));
-        QCOMPARE(MessageBox::takeAskedAlerts(), QStringList { text("Error!") + QLatin1Char('\n') + text("File format not supported.") });
+        QCOMPARE(MessageBox::takeAskedAlerts(),
+            QStringList { text("Error!") + QLatin1Char('\n') + text("File format not supported.") });
 
         // What cannot be read as a file at all is refused with the reason.
         const QString fifo = m_home.freshPath(QStringLiteral("pipe"));
@@ -283,7 +285,8 @@ private Q_SLOTS:
         view->selectGroup(group);
         harness.archive().clearChangeCount();
         const QStringList files = makeFiles(QStringLiteral("many"), 300);
-        const QStringList before = QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        const QStringList before
+            = QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 
         view->receivedDroppedFiles(files);
         QVERIFY(view->batchFlow()->isBuilding());
@@ -303,7 +306,8 @@ private Q_SLOTS:
         QVERIFY(logs(harness.archive()).isEmpty());
         QCOMPARE(harness.preferences()->voucherNumber(), 7);
         QVERIFY(harness.archive().deleteIDSArray().isEmpty());
-        QCOMPARE(QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
+        QCOMPARE(QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+            before);
         QVERIFY(!harness.archive().isDocumentEdited());
     }
 

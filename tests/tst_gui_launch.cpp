@@ -10,6 +10,7 @@
 #include "app/util/MessageBox.h"
 #include "app/window/ArchiveWindow.h"
 #include "store/KeyedArchiver.h"
+#include "store/KeyedUnarchiver.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QSettings>
@@ -37,11 +38,12 @@ private:
     /// (a newer version, another computer) would have left it.
     static void rewriteDatabase(const QString& path, const ValueMap& replaced)
     {
-        ValueMap entries = ArchiveFixture::reopen(path)->fileWrapperOfType().toDictionary();
+        const QString database = QDir(path).filePath(QLatin1String(Document::databaseName));
+        ValueMap entries = KeyedUnarchiver::unarchiveObjectWithData(readFile(database)).toDictionary();
+        QVERIFY(!entries.isEmpty());
         for (auto it = replaced.cbegin(); it != replaced.cend(); ++it)
             entries.insert(it.key(), it.value());
-        QVERIFY(writeFile(QDir(path).filePath(QLatin1String(Document::databaseName)),
-            KeyedArchiver::archivedDataWithRootObject(Value::dictionary(entries, false))));
+        QVERIFY(writeFile(database, KeyedArchiver::archivedDataWithRootObject(Value::dictionary(entries, false))));
     }
 
     static QList<ArchiveWindow*> windows(AppDelegate& delegate) { return delegate.documentController()->documents(); }

@@ -461,7 +461,7 @@ private Q_SLOTS:
 
     void themeSwitchWhileOpenKeepsItWorking()
     {
-        editor().setFilterText(QStringLiteral("NEW_GROUP"));
+        editor().setFilterText(QStringLiteral("NEW_GROUP_TITLE"));
         ThemeManager::instance()->setForcedScheme(ThemeManager::Dark);
         QTRY_VERIFY(ThemeManager::isDarkPalette(editor().view()->palette()));
         typeText(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("de")), QStringLiteral("Dunkle Gruppe"));

@@ -10,16 +10,17 @@
 #include "app/views/MainSplitView.h"
 #include "app/views/SegmentedControl.h"
 #include "app/views/TokenField.h"
-#include "app/window/MainViewSelection.h"
-#include "controls/ColorTagPicker.h"
 #include "app/window/MainViewCommands.h"
 #include "app/window/MainViewInfoArea.h"
+#include "app/window/MainViewSelection.h"
 #include "app/window/MainViewStartArea.h"
+#include "controls/ColorTagPicker.h"
 #include "controls/KVButton.h"
 #include "intake/DocumentIntake.h"
 #include "intake/GroupEditing.h"
 #include "model/QuillarcLogObject.h"
 #include "output/DragReordering.h"
+#include "store/ArchivedFile.h"
 
 #include <QAbstractItemModelTester>
 #include <QCheckBox>
@@ -77,17 +78,17 @@ private Q_SLOTS:
         QTest::addColumn<bool>("document");
         QTest::addColumn<int>("groups");
         QTest::addColumn<bool>("enabled");
-        QTest::newRow("add document, group")          << "addDocument:"       << true  << true  << false << 1 << true;
-        QTest::newRow("add document, no group")       << "addDocument:"       << true  << false << false << 1 << false;
-        QTest::newRow("add document, not key")        << "addDocument:"       << false << true  << false << 1 << false;
-        QTest::newRow("batch, group")                 << "addBatchDocuments:" << true  << true  << false << 1 << true;
-        QTest::newRow("file copy, document")          << "createFileCopy:"    << true  << true  << true  << 1 << true;
-        QTest::newRow("file copy, no document")       << "createFileCopy:"    << true  << true  << false << 1 << false;
-        QTest::newRow("new group, key")               << "addGroup:"          << true  << false << false << 0 << true;
-        QTest::newRow("new group, not key")           << "addGroup:"          << false << false << false << 0 << false;
-        QTest::newRow("export document, no groups")   << "exportDocument:"    << true  << false << false << 0 << false;
-        QTest::newRow("export document, a group")     << "exportDocument:"    << true  << false << false << 3 << true;
-        QTest::newRow("other, not key")               << "showInfoPopover:"   << false << false << false << 0 << true;
+        QTest::newRow("add document, group") << "addDocument:" << true << true << false << 1 << true;
+        QTest::newRow("add document, no group") << "addDocument:" << true << false << false << 1 << false;
+        QTest::newRow("add document, not key") << "addDocument:" << false << true << false << 1 << false;
+        QTest::newRow("batch, group") << "addBatchDocuments:" << true << true << false << 1 << true;
+        QTest::newRow("file copy, document") << "createFileCopy:" << true << true << true << 1 << true;
+        QTest::newRow("file copy, no document") << "createFileCopy:" << true << true << false << 1 << false;
+        QTest::newRow("new group, key") << "addGroup:" << true << false << false << 0 << true;
+        QTest::newRow("new group, not key") << "addGroup:" << false << false << false << 0 << false;
+        QTest::newRow("export document, no groups") << "exportDocument:" << true << false << false << 0 << false;
+        QTest::newRow("export document, a group") << "exportDocument:" << true << false << false << 3 << true;
+        QTest::newRow("other, not key") << "showInfoPopover:" << false << false << false << 0 << true;
     }
 
     void commandTable()
@@ -104,7 +105,8 @@ private Q_SLOTS:
         state.groupCount = groups;
         QTEST(MainViewCommands::validateUserInterfaceItem(action, state), "enabled");
         state.busy = true; // records being built: the table's commands wait
-        QCOMPARE(MainViewCommands::validateUserInterfaceItem(action, state), action == QLatin1String("showInfoPopover:"));
+        QCOMPARE(
+            MainViewCommands::validateUserInterfaceItem(action, state), action == QLatin1String("showInfoPopover:"));
     }
 
     void enablingFollowsTheSelection()
@@ -114,9 +116,8 @@ private Q_SLOTS:
         harness.fixture().addDocument(group, QStringLiteral("a"), "a");
         MainView* view = harness.open();
         QSignalSpy changed(view, &MainView::selectionChanged);
-        // Nothing stored yet reads as row 0; without a selection the commands wait.
-        QCOMPARE(view->currentGroup(), group);
-        view->selection()->selectGroupRow(-1);
+        // A new archive stores that nothing is selected; without a selection the commands wait.
+        QVERIFY(!view->currentGroup());
         changed.clear();
         QVERIFY(!view->currentGroup());
         QVERIFY(!view->validateUserInterfaceItem(QStringLiteral("addDocument:"), true));
@@ -180,8 +181,10 @@ private Q_SLOTS:
         const GroupPtr first = harness.addGroup(QStringLiteral("B"));
         harness.addGroup(QStringLiteral("A"));
         MainView* view = harness.open();
-        QAbstractItemModelTester groupsTester(view->groupsModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
-        QAbstractItemModelTester documentsTester(view->documentsModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+        QAbstractItemModelTester groupsTester(
+            view->groupsModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+        QAbstractItemModelTester documentsTester(
+            view->documentsModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
 
         const GroupPtr added = GroupEditing(archive).addGroup();
         added->setValue(QStringLiteral("groupTitle"), Value::string(QStringLiteral("C")));
@@ -238,7 +241,11 @@ private Q_SLOTS:
             const auto stored = view->selectionIndexes();
             QCOMPARE(stored.first, 1);
             QVERIFY(harness.archive().save()); // saving asks the view for its selection
-            QCOMPARE(harness.archive().indexDictionary().toDictionary().value(QStringLiteral("documentsSelection")).toInteger(),
+            QCOMPARE(harness.archive()
+                         .indexDictionary()
+                         .toDictionary()
+                         .value(QStringLiteral("documentsSelection"))
+                         .toInteger(),
                 stored.second);
         }
         const std::unique_ptr<Document> reopened = ArchiveFixture::reopen(package, Document::OpenMode::ReadWrite);
@@ -308,7 +315,8 @@ private Q_SLOTS:
 
         // Double-click edits: no Cancel; monitoring asks for the folder.
         QListView* list = view->groupsTableView();
-        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(view->groupsModel()->index(0, 0)).center());
+        QTest::mouseDClick(
+            list->viewport(), Qt::LeftButton, {}, list->visualRect(view->groupsModel()->index(0, 0)).center());
         QTRY_VERIFY(view->groupFlow()->groupSheet());
         sheet = view->groupFlow()->groupSheet();
         QVERIFY(!sheet->cancelButton()->isVisible());
@@ -401,7 +409,7 @@ private Q_SLOTS:
         // A document onto its own group: refused, nothing changes.
         std::unique_ptr<QMimeData> drag(documents->mimeData({ documents->index(0, 0) }));
         QVERIFY(drag->hasFormat(DragReordering::movedRowsItemsType()));
-        QCOMPARE(drag->urls().value(0).toLocalFile(), record->fileRepresentationPath());
+        QCOMPARE(drag->urls().value(0).toLocalFile(), ArchivedFile::fileRepresentationPath(*record));
         QVERIFY(!documents->canDropMimeData(drag.get(), Qt::MoveAction, 0, 0, {}));
         groups->dropMimeData(drag.get(), Qt::CopyAction, -1, 0, groups->index(0, 0));
         QCOMPARE(source->documents(), QList<DocumentPtr> { record });
@@ -426,7 +434,7 @@ private Q_SLOTS:
 
         // A folder from the file manager becomes a folder group; a file does nothing.
         QMimeData file;
-        file.setUrls({ QUrl::fromLocalFile(record->fileRepresentationPath()) });
+        file.setUrls({ QUrl::fromLocalFile(ArchivedFile::fileRepresentationPath(*record)) });
         QVERIFY(!groups->canDropMimeData(&file, Qt::CopyAction, 0, 0, {}));
         QSignalSpy folders(groups, &GroupListModel::folderDropped);
         QMimeData folder;

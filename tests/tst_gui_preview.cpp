@@ -12,6 +12,7 @@
 #include "app/views/ThumbnailCache.h"
 #include "intake/DocumentIntake.h"
 #include "intake/FileCopy.h"
+#include "store/ArchivedFile.h"
 #include "store/ExtendedAttributes.h"
 
 #include <QAbstractButton>
@@ -117,7 +118,7 @@ private Q_SLOTS:
     void damagedMemberIsExplainedNotShown()
     {
         Opened opened = openArchive("damaged");
-        QFile member(opened.pdf->fileURL());
+        QFile member(ArchivedFile::fileURL(*opened.pdf));
         QVERIFY(member.open(QIODevice::WriteOnly));
         member.write("not an archive any more");
         member.close();
@@ -132,7 +133,8 @@ private Q_SLOTS:
         MessageBox::setNextAnswer(0);
         opened.view->createFileCopy();
         QTRY_VERIFY(!MessageBox::hasNextAnswer());
-        QCOMPARE(MessageBox::takeAskedAlerts(), QStringList { text("Error!") + QLatin1Char('\n') + text("File appears to be corrupted.") });
+        QCOMPARE(MessageBox::takeAskedAlerts(),
+            QStringList { text("Error!") + QLatin1Char('\n') + text("File appears to be corrupted.") });
         QVERIFY(FileDialog::takeAskedDialogs().isEmpty());
     }
 
@@ -156,7 +158,8 @@ private Q_SLOTS:
             QSignalSpy attributes(opened.view->fileCopyFlow()->fileCopy(), &FileCopy::attributesWritten);
             QTRY_COMPARE(attributes.count(), 1);
             bool ok = false;
-            QCOMPARE(ExtendedAttributes::readTags(target + QStringLiteral("/chosen.txt"), &ok), QStringList { QStringLiteral("tax") });
+            QCOMPARE(ExtendedAttributes::readTags(target + QStringLiteral("/chosen.txt"), &ok),
+                QStringList { QStringLiteral("tax") });
         }
     }
 
@@ -189,7 +192,9 @@ private Q_SLOTS:
         MainView* view = opened.view;
         view->showSortOrderPopover();
         SortOrderPopover* popover = nullptr;
-        QTRY_VERIFY((popover = QApplication::activePopupWidget() ? QApplication::activePopupWidget()->findChild<SortOrderPopover*>() : nullptr));
+        QTRY_VERIFY((popover = QApplication::activePopupWidget()
+                ? QApplication::activePopupWidget()->findChild<SortOrderPopover*>()
+                : nullptr));
         QVERIFY(popover->orderButtons()->button(0)->isChecked()); // file date, newest first by default
         popover->orderButtons()->button(5)->click(); // title
         popover->directionButtons()->button(1)->click(); // ascending
@@ -199,7 +204,8 @@ private Q_SLOTS:
         QStringList titles;
         for (int row = 0; row < view->documentsModel()->rowCount(); ++row)
             titles.append(view->documentsModel()->documentAt(row)->title());
-        QCOMPARE(titles, QStringList({ QStringLiteral("contract"), QStringLiteral("note"), QStringLiteral("receipt") }));
+        QCOMPARE(
+            titles, QStringList({ QStringLiteral("contract"), QStringLiteral("note"), QStringLiteral("receipt") }));
         QApplication::activePopupWidget()->close();
     }
 };

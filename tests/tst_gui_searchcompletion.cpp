@@ -2,7 +2,7 @@
 // typed text ignoring case, shortest first; the field completes inline with
 // the shortest value beginning with it ignoring case and diacritics, and
 // never while the user deletes.
-#include "controls/KVAutocompleteComboBox.h"
+#include "app/views/KVAutocompleteComboBox.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -30,13 +30,21 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("listed");
         const QStringList values = { "Mustermann AG", "Müller GmbH", "Mullrich", "Meyer", "Straße 5" };
         // The list keeps marks apart only where they are typed; the completion ignores them.
-        QTest::newRow("shortest completion") << "mu" << "mullrich" << "llrich"
-                                             << QStringList { "Mullrich", "Müller GmbH", "Mustermann AG" };
-        QTest::newRow("typed mark, completion without") << "mü" << "müllrich" << "llrich"
-                                                        << QStringList { "Müller GmbH" };
-        QTest::newRow("case ignored") << "MEY" << "MEYer" << "er" << QStringList { "Meyer" };
-        QTest::newRow("inside a folded letter") << "stras" << "Straße 5" << "e 5" << QStringList { "Straße 5" };
-        QTest::newRow("nothing fits") << "xy" << "xy" << "" << QStringList();
+        QTest::newRow("shortest completion") << "mu"
+                                             << "mullrich"
+                                             << "llrich" << QStringList { "Mullrich", "Müller GmbH", "Mustermann AG" };
+        QTest::newRow("typed mark, completion without") << "mü"
+                                                        << "müllrich"
+                                                        << "llrich" << QStringList { "Müller GmbH" };
+        QTest::newRow("case ignored") << "MEY"
+                                      << "MEYer"
+                                      << "er" << QStringList { "Meyer" };
+        QTest::newRow("inside a folded letter") << "stras"
+                                                << "Straße 5"
+                                                << "e 5" << QStringList { "Straße 5" };
+        QTest::newRow("nothing fits") << "xy"
+                                      << "xy"
+                                      << "" << QStringList();
     }
     void completesAndFilters()
     {

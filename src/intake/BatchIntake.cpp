@@ -1,13 +1,13 @@
 #include "intake/BatchIntake.h"
 
 #include "intake/DocumentIntake.h"
-#include "model/Logging.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QFileInfo>

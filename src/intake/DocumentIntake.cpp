@@ -3,7 +3,6 @@
 #include "intake/ContentExtractor.h"
 #include "intake/PreviewMaker.h"
 #include "intake/SourceFile.h"
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
@@ -13,6 +12,7 @@
 #include "store/Fingerprint.h"
 #include "store/PackageMember.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -34,7 +34,8 @@ const QString temporaryMemberPrefix = QStringLiteral(".intake-");
 bool writeSynced(const QString& path, const QByteArray& bytes, bool sync, QString* error)
 {
     QFile file(path);
-    bool written = file.open(QIODevice::WriteOnly | QIODevice::NewOnly) && file.write(bytes) == bytes.size() && file.flush();
+    bool written
+        = file.open(QIODevice::WriteOnly | QIODevice::NewOnly) && file.write(bytes) == bytes.size() && file.flush();
     if (written && sync && ::fsync(file.handle()) != 0) {
         *error = AtomicFile::systemError(path, errno);
         return false;

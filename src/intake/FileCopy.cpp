@@ -1,12 +1,12 @@
 #include "intake/FileCopy.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcPreferences.h"
 #include "store/ArchivedFile.h"
 #include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -4,11 +4,11 @@
 #include "intake/DocumentIntake.h"
 #include "intake/GroupEditing.h"
 #include "intake/SourceFile.h"
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
+#include "text/Logging.h"
 
 #include <QDirIterator>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "intake/PageOrientation.h"
 
 #include "intake/TextRecognizer.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QFile>
 #include <QTransform>

@@ -1,7 +1,7 @@
 #include "intake/PdfPages.h"
 
 #include "intake/ImageLoader.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QPainter>
 #include <cmath>

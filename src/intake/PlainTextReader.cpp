@@ -1,7 +1,7 @@
 #include "intake/PlainTextReader.h"
 
 #include "intake/TextDecoding.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "intake/SaneBackend.h"
 
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QMutex>
 #include <QMutexLocker>
@@ -103,7 +103,8 @@ SaneBackend::SaneBackend()
         SANE_Int version = 0;
         const SANE_Status status = sane_init(&version, nullptr);
         if (status != SANE_STATUS_GOOD) {
-            m_startError = QStringLiteral("the scanner library could not be started: %1").arg(text(sane_strstatus(status)));
+            m_startError
+                = QStringLiteral("the scanner library could not be started: %1").arg(text(sane_strstatus(status)));
             qCWarning(lcQuillarc).noquote() << m_startError;
             return;
         }
@@ -217,7 +218,8 @@ bool SaneBackend::readOptions(ScannerOptions* options, QString* error)
         (isSource ? options->source : options->mode) = text(value.constData());
     }
     const int index = findOption(m_handle, SANE_NAME_SCAN_RESOLUTION, &option);
-    if (index >= 0 && (option->type == SANE_TYPE_INT || option->type == SANE_TYPE_FIXED) && option->size >= int(sizeof(SANE_Word))) {
+    if (index >= 0 && (option->type == SANE_TYPE_INT || option->type == SANE_TYPE_FIXED)
+        && option->size >= int(sizeof(SANE_Word))) {
         options->resolutions = offeredResolutions(option);
         SANE_Word value = 0;
         if (sane_control_option(m_handle, index, SANE_ACTION_GET_VALUE, &value, nullptr) == SANE_STATUS_GOOD)

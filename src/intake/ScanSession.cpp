@@ -2,8 +2,8 @@
 
 #include "intake/ScanLineAssembler.h"
 #include "intake/ScanPdfWriter.h"
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 #include "text/StringHelpers.h"
 
 #include <QDir>
@@ -110,7 +110,8 @@ ScanSession::Result ScanSession::readFrame(const ScanFrame& frame, ScanLineAssem
         case ScannerBackend::Status::Failed:
             return Result::Failed;
         }
-        const int percent = frame.lines > 0 ? int(std::min<qint64>(100, assembler.linesDone() * 100 / frame.lines)) : -1;
+        const int percent
+            = frame.lines > 0 ? int(std::min<qint64>(100, assembler.linesDone() * 100 / frame.lines)) : -1;
         if (percent != lastPercent && m_progress) {
             m_progress(page, percent);
             lastPercent = percent;
@@ -126,10 +127,13 @@ ScanSession::Result ScanSession::scanPage(const ScanFrame& frame, ScanPdfWriter&
             && !writer.beginPage(assembler.kind(), assembler.width(), frame.lines, frame.resolution, &m_errorString))
             return Result::Failed;
         qint64 lines = 0;
-        const Result read = readFrame(frame, assembler, [&](const unsigned char* line) {
-            // Lines past the promised height are dropped; the page size is already written.
-            return ++lines > frame.lines || writer.writeLine(line);
-        }, page);
+        const Result read = readFrame(
+            frame, assembler,
+            [&](const unsigned char* line) {
+                // Lines past the promised height are dropped; the page size is already written.
+                return ++lines > frame.lines || writer.writeLine(line);
+            },
+            page);
         if (read != Result::Finished) {
             if (read == Result::Failed && m_errorString.isEmpty())
                 m_errorString = QStringLiteral("the PDF could not be written to %1").arg(writer.path());
@@ -150,16 +154,20 @@ ScanSession::Result ScanSession::scanPage(const ScanFrame& frame, ScanPdfWriter&
         return Result::Failed;
     }
     const int lineBytes = assembler.isSupported() ? assembler.lineBytes() : 0;
-    const Result read = readFrame(frame, assembler, [&](const unsigned char* line) {
-        return spool.write(reinterpret_cast<const char*>(line), lineBytes) == lineBytes;
-    }, page);
+    const Result read = readFrame(
+        frame, assembler,
+        [&](const unsigned char* line) {
+            return spool.write(reinterpret_cast<const char*>(line), lineBytes) == lineBytes;
+        },
+        page);
     if (read != Result::Finished) {
         if (read == Result::Failed && m_errorString.isEmpty())
             m_errorString = QStringLiteral("%1: %2").arg(spool.fileName(), spool.errorString());
         return read;
     }
     const int height = int(assembler.linesDone());
-    if (!spool.seek(0) || !writer.beginPage(assembler.kind(), assembler.width(), height, frame.resolution, &m_errorString))
+    if (!spool.seek(0)
+        || !writer.beginPage(assembler.kind(), assembler.width(), height, frame.resolution, &m_errorString))
         return Result::Failed;
     QByteArray line(lineBytes, '\0');
     for (int y = 0; y < height; ++y) {
@@ -172,8 +180,8 @@ ScanSession::Result ScanSession::scanPage(const ScanFrame& frame, ScanPdfWriter&
     return writer.endPage(&m_errorString) ? Result::Finished : Result::Failed;
 }
 
-ScanSession::Result ScanSession::scanDocument(const QString& deviceName, const ScanSettings& settings,
-    const QString& pdfPath, int maxPages, const QString& title)
+ScanSession::Result ScanSession::scanDocument(
+    const QString& deviceName, const ScanSettings& settings, const QString& pdfPath, int maxPages, const QString& title)
 {
     const Result opened = open(deviceName, &settings);
     if (opened != Result::Finished)
@@ -221,29 +229,32 @@ ScanSession::Result ScanSession::scanPreview(const QString& deviceName, ScanSett
     const ScannerBackend::Status started = m_backend.startFrame(&frame, &m_errorString);
     if (started != ScannerBackend::Status::Ok)
         return finish(started == ScannerBackend::Status::NoDocuments ? Result::NoDocuments
-                : started == ScannerBackend::Status::Cancelled         ? Result::Cancelled
-                                                                       : Result::Failed);
+                : started == ScannerBackend::Status::Cancelled       ? Result::Cancelled
+                                                                     : Result::Failed);
     ScanLineAssembler assembler(frame);
     const bool colour = assembler.kind() == ScanLineAssembler::Kind::Rgb;
     QImage overview(std::max(1, frame.pixelsPerLine), frame.lines > 0 ? frame.lines : 256,
         colour ? QImage::Format_RGB888 : QImage::Format_Grayscale8);
     overview.fill(Qt::white);
     int y = 0;
-    const Result read = readFrame(frame, assembler, [&](const unsigned char* line) {
-        if (y >= overview.height()) {
-            if (frame.lines > 0)
-                return true; // more than promised: not shown
-            overview = overview.copy(0, 0, overview.width(), overview.height() * 2);
-        }
-        uchar* row = overview.scanLine(y++);
-        if (assembler.kind() == ScanLineAssembler::Kind::Lineart) {
-            for (int x = 0; x < assembler.width(); ++x)
-                row[x] = (line[x / 8] & (0x80 >> (x % 8))) ? 0 : 255;
-        } else {
-            std::memcpy(row, line, size_t(assembler.lineBytes()));
-        }
-        return true;
-    }, 1);
+    const Result read = readFrame(
+        frame, assembler,
+        [&](const unsigned char* line) {
+            if (y >= overview.height()) {
+                if (frame.lines > 0)
+                    return true; // more than promised: not shown
+                overview = overview.copy(0, 0, overview.width(), overview.height() * 2);
+            }
+            uchar* row = overview.scanLine(y++);
+            if (assembler.kind() == ScanLineAssembler::Kind::Lineart) {
+                for (int x = 0; x < assembler.width(); ++x)
+                    row[x] = (line[x / 8] & (0x80 >> (x % 8))) ? 0 : 255;
+            } else {
+                std::memcpy(row, line, size_t(assembler.lineBytes()));
+            }
+            return true;
+        },
+        1);
     if (read != Result::Finished)
         return finish(read);
     if (frame.lines <= 0)

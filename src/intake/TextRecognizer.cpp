@@ -2,7 +2,7 @@
 
 #include "intake/PageOrientation.h"
 #include "intake/RecognitionThreads.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QFile>
 #include <QPainter>

@@ -1,8 +1,8 @@
 #include "model/QuillarcContainer.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcGroup.h"
 #include "model/QuillarcLogObject.h"
+#include "text/Logging.h"
 
 using K = Value::Kind;
 using D = FieldDefault;

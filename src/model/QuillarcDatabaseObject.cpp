@@ -1,7 +1,7 @@
 #include "model/QuillarcDatabaseObject.h"
 
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QUuid>
 
@@ -78,7 +78,8 @@ void QuillarcDatabaseObject::setValue(int index, const Value& value)
     const FieldInfo& info = m_classInfo.fields()[size_t(index)];
     if (!ClassInfo::kindFits(info.kind, value.kind())) {
         qCWarning(lcQuillarc).noquote() << QStringLiteral("%1.%2: a %3 cannot be stored here; ignored")
-                                               .arg(m_classInfo.className(), QString(info.key), Value::kindName(value.kind()));
+                                               .arg(m_classInfo.className(), QString(info.key),
+                                                   Value::kindName(value.kind()));
         return;
     }
     setField(index, value);

@@ -1,12 +1,12 @@
 #include "output/Exporter.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "output/ExportJob.h"
 #include "store/Document.h"
 #include "store/ExtendedAttributes.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QCollator>
 #include <QCoreApplication>
@@ -79,8 +79,7 @@ QList<DocumentPtr> Exporter::sortedForArchive(QList<DocumentPtr> documents)
 
 Exporter::Result Exporter::exportGroup(const GroupPtr& group, const QString& folder)
 {
-    return m_archive ? run(ExportJob::forGroup(*m_archive, group, folder))
-                     : fail(Result::WriteFailed, QString());
+    return m_archive ? run(ExportJob::forGroup(*m_archive, group, folder)) : fail(Result::WriteFailed, QString());
 }
 
 Exporter::Result Exporter::exportDocument(const QString& folder, const GroupPtr& currentGroup)

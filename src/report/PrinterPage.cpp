@@ -1,9 +1,9 @@
 #include "report/PrinterPage.h"
 
-#include "model/Logging.h"
 #include "report/PrinterDocument.h"
 #include "report/PrinterTextView.h"
 #include "report/PrinterView.h"
+#include "text/Logging.h"
 
 #include <QBuffer>
 #include <QPainter>

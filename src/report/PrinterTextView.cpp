@@ -1,8 +1,8 @@
 #include "report/PrinterTextView.h"
 
-#include "model/Logging.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterMetricsDevice.h"
+#include "text/Logging.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QPainter>
@@ -156,7 +156,8 @@ void PrinterTextView::substituteVariables(const QVariantHash& variables)
     }
 }
 
-void PrinterTextView::replaceTag(const QString& tag, bool valueHoldsTag, const std::function<void(qsizetype)>& replaceAt)
+void PrinterTextView::replaceTag(
+    const QString& tag, bool valueHoldsTag, const std::function<void(qsizetype)>& replaceAt)
 {
     if (tag.isEmpty())
         return;

@@ -1,6 +1,5 @@
 #include "store/ArchivedFile.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcPreferences.h"
 #include "store/AtomicFile.h"
@@ -9,6 +8,7 @@
 #include "store/Fingerprint.h"
 #include "store/IntegrityValidator.h"
 #include "store/PackageMember.h"
+#include "text/Logging.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -74,8 +74,8 @@ QString ArchivedFile::logText(const QuillarcDocument& document)
 
 QString ArchivedFile::applicationSupportDirectory()
 {
-    const QString directory =
-        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Quillarc");
+    const QString directory
+        = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Quillarc");
     QDir().mkpath(directory);
     return directory;
 }
@@ -104,5 +104,6 @@ QString ArchivedFile::fileRepresentationPath(const QuillarcDocument& document, Q
 
 QString ArchivedFile::previewItemURL(const QuillarcDocument& document, QString* error)
 {
-    return writeCopy(document, applicationSupportDirectory() + QLatin1Char('/') + representationFileName(document), error);
+    return writeCopy(
+        document, applicationSupportDirectory() + QLatin1Char('/') + representationFileName(document), error);
 }

@@ -1,23 +1,23 @@
 #include "store/DatabaseWriter.h"
 
-#include "model/Logging.h"
 #include "store/ArchiveSnapshot.h"
 #include "store/AtomicFile.h"
 #include "store/DatabaseFileWriter.h"
 #include "store/Document.h"
 #include "store/Fingerprint.h"
 #include "store/KeyedArchiver.h"
+#include "text/Logging.h"
 
 #include <QDir>
-
-#include <cerrno>
 #include <QFile>
 #include <QFileInfo>
+#include <cerrno>
 
 namespace {
 bool isPlainName(const QString& name)
 {
-    return !name.isEmpty() && !name.contains(QLatin1Char('/')) && name != QLatin1String("..") && name != QLatin1String(".");
+    return !name.isEmpty() && !name.contains(QLatin1Char('/')) && name != QLatin1String("..")
+        && name != QLatin1String(".");
 }
 
 QString pendingDeletionsPath(const QString& packagePath)
@@ -34,7 +34,8 @@ QStringList readPendingDeletions(const QString& packagePath)
 }
 } // namespace
 
-Value DatabaseWriter::databaseDictionary(const ArchiveSnapshot& snapshot, const Value& companyData, const QString& companyString)
+Value DatabaseWriter::databaseDictionary(
+    const ArchiveSnapshot& snapshot, const Value& companyData, const QString& companyString)
 {
     ValueMap database;
     database.insert(QStringLiteral("db_version"), Value::real(2.0, true));
@@ -94,7 +95,8 @@ bool DatabaseWriter::writeDatabase(const ArchiveSnapshot& snapshot, const QStrin
                 if (!records.writer().writeTo(recordsLayout, stream.hashed()))
                     return false;
                 const QByteArray digest = stream.digest();
-                fingerprint = Fingerprint::saltedFingerprintOfDigest(QString::fromLatin1(digest.toHex()), Fingerprint::salt());
+                fingerprint
+                    = Fingerprint::saltedFingerprintOfDigest(QString::fromLatin1(digest.toHex()), Fingerprint::salt());
                 return !digest.isEmpty();
             },
             outer.deferredStringNode(), [&] { return fingerprint; });
@@ -124,7 +126,8 @@ bool DatabaseWriter::write(ArchiveSnapshot& snapshot, QString* error)
             && (member.exists() || member.isSymLink()))
             doomed.append(uniqueID);
     }
-    if (!doomed.isEmpty() && !AtomicFile::writeFile(pendingDeletionsPath(package), doomed.join(QLatin1Char('\n')).toUtf8(), error))
+    if (!doomed.isEmpty()
+        && !AtomicFile::writeFile(pendingDeletionsPath(package), doomed.join(QLatin1Char('\n')).toUtf8(), error))
         return false;
 
     if (!writeDatabase(snapshot, QDir(package).filePath(QLatin1String(Document::databaseName)), error))
@@ -142,7 +145,8 @@ bool DatabaseWriter::write(ArchiveSnapshot& snapshot, QString* error)
     return true;
 }
 
-void DatabaseWriter::removeMemberFolders(const QString& packagePath, const QStringList& uniqueIDs, const QSet<QString>& kept)
+void DatabaseWriter::removeMemberFolders(
+    const QString& packagePath, const QStringList& uniqueIDs, const QSet<QString>& kept)
 {
     const QDir files(QDir(packagePath).filePath(QLatin1String(Document::filesName)));
     for (const QString& uniqueID : uniqueIDs) {

@@ -1,6 +1,5 @@
 #include "store/Document.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
@@ -14,17 +13,17 @@
 #include "store/KeyedUnarchiver.h"
 #include "store/RecordTree.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
-#include <QCoreApplication>
 #include <QSet>
 #include <QSysInfo>
 #include <QThread>
 #include <QTimer>
-
 #include <cmath>
 #include <fcntl.h>
 #include <pwd.h>
@@ -91,30 +90,34 @@ QString Document::currentHostText()
     return QStringLiteral("%1 (%2)").arg(QSysInfo::machineHostName(), fullName);
 }
 
-Document::ReadResult Document::readFromFileWrapper(const QString& path, const QString& type, DocumentError* error,
-    OpenMode mode)
+Document::ReadResult Document::readFromFileWrapper(
+    const QString& path, const QString& type, DocumentError* error, OpenMode mode)
 {
     if (type != QLatin1String(typeName))
         return ReadResult::WrongType;
 
     const QString package = packagePathFor(path);
     auto damaged = [&](const QString& reason) {
-        *error = { QStringLiteral("QuillarcDomain"), 1, localizedString(key("DOCUMENT_OPEN_ERROR.")), reason, QString() };
+        *error
+            = { QStringLiteral("QuillarcDomain"), 1, localizedString(key("DOCUMENT_OPEN_ERROR.")), reason, QString() };
         return ReadResult::Failed;
     };
     if (!QFileInfo(package).isDir())
         return damaged(QStringLiteral("“%1” is not a Quillarc archive (no such folder).").arg(package));
     QFile databaseFile(QDir(package).filePath(QLatin1String(databaseName)));
     if (!databaseFile.exists())
-        return damaged(QStringLiteral("“%1” is not a Quillarc archive (it holds no %2).").arg(package, QLatin1String(databaseName)));
+        return damaged(QStringLiteral("“%1” is not a Quillarc archive (it holds no %2).")
+                           .arg(package, QLatin1String(databaseName)));
     if (!databaseFile.open(QIODevice::ReadOnly))
-        return damaged(QStringLiteral("%1 cannot be read: %2").arg(databaseFile.fileName(), databaseFile.errorString()));
+        return damaged(
+            QStringLiteral("%1 cannot be read: %2").arg(databaseFile.fileName(), databaseFile.errorString()));
 
     QString decodeError;
     const Value database = KeyedUnarchiver::unarchiveObjectWithData(databaseFile.readAll(), &decodeError);
     if (database.kind() != Value::Kind::Dictionary) {
         return damaged(QStringLiteral("%1 is damaged: %2")
-                           .arg(databaseFile.fileName(), decodeError.isEmpty() ? QStringLiteral("no database dictionary") : decodeError));
+                           .arg(databaseFile.fileName(),
+                               decodeError.isEmpty() ? QStringLiteral("no database dictionary") : decodeError));
     }
     const ValueMap& entries = database.toDictionary();
 
@@ -143,10 +146,11 @@ Document::ReadResult Document::readFromFileWrapper(const QString& path, const QS
             const QString message = QStringLiteral("%1\"%2\"\n\n%3")
                                         .arg(localizedString(key("DOCUMENT_OPEN_CHECK_ALERT_PART_1")), m_host,
                                             localizedString(key("DOCUMENT_OPEN_CHECK_ALERT_PART_2")));
-            const DocumentError prepared { versionErrorDomain, -57, localizedString(key("Warning!")), message, QString() };
+            const DocumentError prepared { versionErrorDomain, -57, localizedString(key("Warning!")), message,
+                QString() };
             const OpenElsewhereQuestion::Answer answer = m_question
-                ? m_question->askOpenElsewhere(localizedString(key("Warning!")), message, localizedString(key("Quit_App")),
-                    localizedString(QStringLiteral("Continue…")))
+                ? m_question->askOpenElsewhere(localizedString(key("Warning!")), message,
+                    localizedString(key("Quit_App")), localizedString(QStringLiteral("Continue…")))
                 : OpenElsewhereQuestion::Quit;
             if (answer == OpenElsewhereQuestion::Quit) {
                 *error = prepared;
@@ -447,12 +451,14 @@ void Document::createLogObjectForDocument(const DocumentPtr& document, qint64 lo
     QString text;
     if (created < cutoff) {
         text += QStringLiteral("\tID: %1\n").arg(orNull(document->field(QuillarcDocument::UniqueID).toString()));
-        text += QStringLiteral("\nFILE ITSELF MAY BE VALID.\nDATE STAMP TAMPERED WITH.\nCOMPLIANCE WITH Quillarc AND OTHER LEGAL REQUIREMENTS NOT GUARANTEED.\n\n");
+        text += QStringLiteral("\nFILE ITSELF MAY BE VALID.\nDATE STAMP TAMPERED WITH.\nCOMPLIANCE WITH Quillarc AND "
+                               "OTHER LEGAL REQUIREMENTS NOT GUARANTEED.\n\n");
         text += line("LOG_ORIGINAL_NAME", document->field(QuillarcDocument::Name).toString());
         text += line("LOG_CURRENT_TITLE", document->field(QuillarcDocument::Title).toString());
     } else {
         text += QStringLiteral("\t%1: %2 (%3)\n")
-                    .arg(localizedString(key("LOG_TIME")), orNull(shortDateFormatter(entry->field(QuillarcLogObject::CreationDate))), action);
+                    .arg(localizedString(key("LOG_TIME")),
+                        orNull(shortDateFormatter(entry->field(QuillarcLogObject::CreationDate))), action);
         text += QStringLiteral("\tID: %1\n").arg(orNull(document->field(QuillarcDocument::UniqueID).toString()));
         text += line("LOG_CREATED", shortDateFormatter(document->field(QuillarcDocument::CreationDate)));
         text += line("LOG_MODIFIED", shortDateFormatter(document->field(QuillarcDocument::ModificationDate)));
@@ -460,7 +466,9 @@ void Document::createLogObjectForDocument(const DocumentPtr& document, qint64 lo
         text += line("LOG_ORIGINAL_NAME", document->field(QuillarcDocument::Name).toString());
         text += line("LOG_CURRENT_TITLE", document->field(QuillarcDocument::Title).toString());
         text += line("LOG_FILE_KIND", document->field(QuillarcDocument::FileKind).toString());
-        text += QStringLiteral("\t%1: %2 bytes\n").arg(localizedString(key("LOG_FILE_SIZE")), plainDecimal(document->field(QuillarcDocument::FileSize)));
+        text += QStringLiteral("\t%1: %2 bytes\n")
+                    .arg(localizedString(key("LOG_FILE_SIZE")),
+                        plainDecimal(document->field(QuillarcDocument::FileSize)));
     }
     entry->setField(QuillarcLogObject::LogText, Value::string(text));
     m_container->mutableField(QuillarcContainer::Logs).mutableArray().append(Value::object(entry));

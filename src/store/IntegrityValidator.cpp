@@ -1,6 +1,5 @@
 #include "store/IntegrityValidator.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
@@ -10,6 +9,7 @@
 #include "store/SerialQueue.h"
 #include "store/ValidationRun.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 #include "store/KeyedUnarchiver.h"
 
-#include "model/Logging.h"
 #include "model/QuillarcDatabaseObject.h"
 #include "store/XmlPlistReader.h"
+#include "text/Logging.h"
 
 namespace {
 using Type = BinaryPlistReader::Type;

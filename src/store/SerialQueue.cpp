@@ -1,6 +1,6 @@
 #include "store/SerialQueue.h"
 
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <exception>
 

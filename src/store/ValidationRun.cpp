@@ -1,8 +1,8 @@
 #include "store/ValidationRun.h"
 
-#include "model/Logging.h"
 #include "store/Fingerprint.h"
 #include "store/PackageMember.h"
+#include "text/Logging.h"
 
 #include <QFileInfo>
 #include <exception>

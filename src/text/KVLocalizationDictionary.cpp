@@ -1,6 +1,6 @@
 #include "text/KVLocalizationDictionary.h"
 
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QFile>
 #include <QFileInfo>

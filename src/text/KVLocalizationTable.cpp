@@ -1,7 +1,7 @@
 #include "text/KVLocalizationTable.h"
 
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QXmlStreamWriter>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -165,6 +166,12 @@ bool KVLocalizationTable::read(QIODevice* device, QString* error, const QString&
         rows.insert(item.base, int(items.size()));
         items.append(item);
     }
+    // Only languages some item still has a text in: a repeated key may have taken the last one away.
+    languages.removeIf([&items](const QString& language) {
+        return language != QLatin1String("de") && language != QLatin1String("en")
+            && std::none_of(
+                items.cbegin(), items.cend(), [&language](const Item& item) { return item.texts.contains(language); });
+    });
     m_items = items;
     m_rows = rows;
     m_languages = languages;

@@ -11,8 +11,8 @@
 #include "app/core/UrlRouter.h"
 #include "app/util/MessageBox.h"
 #include "app/window/ArchiveWindow.h"
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>

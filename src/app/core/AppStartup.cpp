@@ -8,7 +8,7 @@
 #include "app/popover/PopoverRegistry.h"
 #include "app/style/ThemeManager.h"
 #include "app/window/ArchiveWindow.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QApplication>
 #include <QDir>

@@ -4,8 +4,8 @@
 #include "app/core/AppSettings.h"
 #include "app/core/InstallOfferDialog.h"
 #include "app/util/MessageBox.h"
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QCoreApplication>
 #include <QDir>

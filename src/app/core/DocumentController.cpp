@@ -7,8 +7,8 @@
 #include "app/util/Task.h"
 #include "app/window/ArchiveSaving.h"
 #include "app/window/ArchiveWindow.h"
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QApplication>
 #include <QDir>

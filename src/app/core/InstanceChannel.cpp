@@ -1,7 +1,7 @@
 #include "app/core/InstanceChannel.h"
 
 #include "app/core/AppSettings.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QDataStream>
 #include <QDeadlineTimer>

@@ -6,6 +6,7 @@
 #include "app/window/MainView.h"
 #include "intake/FileCopy.h"
 #include "model/QuillarcDocument.h"
+#include "store/ArchivedFile.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QDir>
@@ -38,10 +39,10 @@ void FileCopyFlow::createFileCopy()
     Task::run(
         this,
         [record] {
-            const QString member = record->fileURL();
+            const QString member = ArchivedFile::fileURL(*record);
             if (member.isEmpty() || !QFileInfo(member).isFile())
                 return FileCopy::Result::NoFile;
-            return record->isFileCorrupted() ? FileCopy::Result::Corrupted : FileCopy::Result::Written;
+            return ArchivedFile::isFileCorrupted(*record) ? FileCopy::Result::Corrupted : FileCopy::Result::Written;
         },
         [this, record](FileCopy::Result check) {
             if (check == FileCopy::Result::NoFile) {

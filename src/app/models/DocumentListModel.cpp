@@ -6,6 +6,7 @@
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcGroup.h"
 #include "output/DragReordering.h"
+#include "store/ArchivedFile.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
 
@@ -140,10 +141,13 @@ QVariant DocumentListModel::data(const QModelIndex& index, int role) const
         case TagsColumn:
             return document->tagsAsString();
         case ColorTagColumn:
-            return role == Qt::DisplayRole ? QVariant() : QVariant(colorTagImageName(document->field(QuillarcDocument::DocumentColorTag)));
+            return role == Qt::DisplayRole
+                ? QVariant()
+                : QVariant(colorTagImageName(document->field(QuillarcDocument::DocumentColorTag)));
         case LockColumn:
-            return role == Qt::DisplayRole || !document->isFileLocked() ? QVariant()
-                                                                      : QVariant(localizedString(QStringLiteral("LOCKED_LABEL")));
+            return role == Qt::DisplayRole || !document->isFileLocked()
+                ? QVariant()
+                : QVariant(localizedString(QStringLiteral("LOCKED_LABEL")));
         default:
             return {};
         }
@@ -201,7 +205,7 @@ QMimeData* DocumentListModel::mimeData(const QModelIndexList& indexes) const
     // Another application receives a plain copy of the file.
     QList<QUrl> urls;
     for (const DocumentPtr& document : std::as_const(documents))
-        urls.append(QUrl::fromLocalFile(document->fileRepresentationPath()));
+        urls.append(QUrl::fromLocalFile(ArchivedFile::fileRepresentationPath(*document)));
     data->setUrls(urls);
     return data;
 }

@@ -2,12 +2,13 @@
 
 #include "app/i18n/Localizer.h"
 #include "app/models/DocumentListModel.h"
-#include "app/views/DocumentsTableView.h"
 #include "app/preview/PdfPageView.h"
 #include "app/util/Task.h"
+#include "app/views/DocumentsTableView.h"
 #include "intake/ImageLoader.h"
 #include "intake/TextDecoding.h"
 #include "model/QuillarcDocument.h"
+#include "store/ArchivedFile.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QApplication>
@@ -133,14 +134,14 @@ void PreviewWindow::showDocument(const DocumentPtr& document)
         this,
         [document] {
             Content content;
-            const QByteArray bytes = document->fileData();
-            content.corrupted = document->isFileCorrupted();
+            const QByteArray bytes = ArchivedFile::fileData(*document);
+            content.corrupted = ArchivedFile::isFileCorrupted(*document);
             if (bytes.isEmpty() && content.corrupted) {
                 content.kind = Shown::Message;
                 content.messageKey = QStringLiteral("PREVIEW_FILE_DAMAGED");
                 return content;
             }
-            content.path = document->previewItemURL();
+            content.path = ArchivedFile::previewItemURL(*document);
             const QMimeType mime = QMimeDatabase().mimeTypeForFile(content.path);
             if (mime.inherits(QStringLiteral("application/pdf"))) {
                 content.kind = Shown::Pdf;
@@ -158,7 +159,7 @@ void PreviewWindow::showDocument(const DocumentPtr& document)
                 content.text = document->contentString();
             }
             if (content.kind == Shown::Nothing) {
-                content.image = QImage(document->imageURL());
+                content.image = QImage(ArchivedFile::imageURL(*document));
                 content.kind = content.image.isNull() ? Shown::Message : Shown::PreviewImage;
                 content.messageKey = QStringLiteral("PREVIEW_CANNOT_SHOW");
             }

@@ -4,10 +4,10 @@
 #include "app/scanner/ScanPreviewView.h"
 #include "app/scanner/ScannerControls.h"
 #include "intake/SaneBackend.h"
-#include "model/Logging.h"
 #include "model/QuillarcContainer.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -67,8 +67,8 @@ ScannerWindow::~ScannerWindow()
     }
 }
 
-ScannerWindow* ScannerWindow::showScannerSheet(Document* archive, QWidget* archiveWindow,
-    std::shared_ptr<ScannerBackend> backend)
+ScannerWindow* ScannerWindow::showScannerSheet(
+    Document* archive, QWidget* archiveWindow, std::shared_ptr<ScannerBackend> backend)
 {
     // The scanner's download location, as scanner software on the desk expects it.
     userDefaults().setValue(QLatin1String(downloadURLKey), QStringLiteral("~/Pictures"));
@@ -199,7 +199,9 @@ void ScannerWindow::closeEvent(QCloseEvent* event)
 
 bool ScannerWindow::startJob(ScanWorker::Request request)
 {
-    if (isBusy() || ((request.job == ScanWorker::Job::Preview || request.job == ScanWorker::Job::Scan) && request.device.isEmpty()))
+    if (isBusy()
+        || ((request.job == ScanWorker::Job::Preview || request.job == ScanWorker::Job::Scan)
+            && request.device.isEmpty()))
         return false;
     auto* worker = new ScanWorker(m_backend, request);
     QThread* thread = worker->moveToOwnThread();
@@ -264,10 +266,11 @@ void ScannerWindow::didEncounterError(ScanSession::Result result, const QString&
 {
     qCWarning(lcQuillarc).noquote() << QStringLiteral("scannerDeviceView didEncounterError: %1").arg(error);
     qCWarning(lcQuillarc).noquote() << QStringLiteral("scannerDeviceView URL: %1").arg(downloadFolder());
-    qCWarning(lcQuillarc).noquote() << QStringLiteral("scannerDeviceView App: %1").arg(QCoreApplication::applicationFilePath());
+    qCWarning(lcQuillarc).noquote()
+        << QStringLiteral("scannerDeviceView App: %1").arg(QCoreApplication::applicationFilePath());
     const char* key = result == ScanSession::Result::NoDocuments ? "SCANNER_NO_DOCUMENTS"
-        : result == ScanSession::Result::NoScanner                ? "SCANNER_NOT_ANSWERING"
-                                                                  : "SCANNER_ERROR";
+        : result == ScanSession::Result::NoScanner               ? "SCANNER_NOT_ANSWERING"
+                                                                 : "SCANNER_ERROR";
     m_controls->showMessage(QStringLiteral("%1\n%2").arg(localizedString(QLatin1String(key)), error));
 }
 

@@ -2,7 +2,9 @@
 
 #include "app/i18n/Localizer.h"
 #include "app/models/DateFormatters.h"
+#include "controls/KVButton.h"
 #include "model/QuillarcDocument.h"
+#include "store/ArchivedFile.h"
 
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -10,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
-#include "controls/KVButton.h"
 #include <QVBoxLayout>
 
 DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool isNewRecord)
@@ -36,7 +37,7 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     auto* preview = new QLabel(this);
     preview->setFixedSize(96, 96);
     preview->setAlignment(Qt::AlignCenter);
-    QImageReader reader(record->imageURL());
+    QImageReader reader(ArchivedFile::imageURL(*record));
     reader.setScaledSize(reader.size().scaled(QSize(96, 96) * devicePixelRatioF(), Qt::KeepAspectRatio));
     QPixmap pixmap = QPixmap::fromImage(reader.read());
     pixmap.setDevicePixelRatio(devicePixelRatioF());
@@ -51,7 +52,8 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     m_title->setMinimumWidth(300);
     form->addRow(QStringLiteral("DOCUMENT_TITLE_LABEL"), m_title);
     form->addRow(QStringLiteral("DOCUMENT_SLIP_LABEL"), m_voucher);
-    const QString fileName = record->extension().isEmpty() ? record->name() : record->name() + QLatin1Char('.') + record->extension();
+    const QString fileName
+        = record->extension().isEmpty() ? record->name() : record->name() + QLatin1Char('.') + record->extension();
     const Value size = record->field(QuillarcDocument::FileSize);
     const QStringList facts { fileName, record->fileKind(),
         size.isNumber() ? QLocale().formattedDataSize(qint64(size.toReal())) : QString(),

@@ -1,7 +1,7 @@
 #include "app/style/Icons.h"
 
 #include "app/style/TintedSvgIconEngine.h"
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QDir>
 #include <QFile>

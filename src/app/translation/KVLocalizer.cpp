@@ -1,15 +1,15 @@
 #include "app/translation/KVLocalizer.h"
 
+#include "app/i18n/Localizer.h"
+#include "app/style/Icons.h"
 #include "app/translation/KVLocalizerDelegate.h"
 #include "app/translation/KVLocalizerFilterModel.h"
 #include "app/translation/KVLocalizerModel.h"
-#include "app/i18n/Localizer.h"
-#include "app/style/Icons.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
 #include "controls/KVButton.h"
-#include "model/Logging.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 
 #include <QAction>
 #include <QDir>

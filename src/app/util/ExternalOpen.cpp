@@ -1,6 +1,6 @@
 #include "app/util/ExternalOpen.h"
 
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

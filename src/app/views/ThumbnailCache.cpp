@@ -1,6 +1,7 @@
 #include "app/views/ThumbnailCache.h"
 
 #include "model/QuillarcDocument.h"
+#include "store/ArchivedFile.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -79,7 +80,8 @@ QPixmap ThumbnailCache::thumbnail(const DocumentPtr& document)
         return {};
     m_pending.insert(key);
     const int pixels = int(std::lround(m_side * m_ratio));
-    Request request { key, document->uniqueID(), document.get(), document->imageURL(), QSize(pixels, pixels), m_ratio };
+    Request request { key, document->uniqueID(), document.get(), ArchivedFile::imageURL(*document),
+        QSize(pixels, pixels), m_ratio };
     QMutexLocker locker(&m_queueMutex);
     m_queue.append(request);
     while (m_queue.size() > maximumQueued)

@@ -3,11 +3,11 @@
 #include "app/core/Delays.h"
 #include "app/util/MessageBox.h"
 #include "app/window/ArchiveWindow.h"
-#include "model/Logging.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
 #include "text/KVLocalizationDictionary.h"
+#include "text/Logging.h"
 #include "text/StringHelpers.h"
 
 #include <QDir>
@@ -107,8 +107,9 @@ void ArchiveSaving::saveTo(const QString& packagePath, Done done, bool alertOnFa
             if (error.isEmpty()) {
                 m_lastError.clear();
                 // Changes made while the save was written are not in it: they keep the edited mark.
-                window->updateChangeCount(window->document()->isDocumentEdited() ? ArchiveWindow::ChangeType::Done
-                                                                                 : ArchiveWindow::ChangeType::Autosaved);
+                window->updateChangeCount(window->document()->isDocumentEdited()
+                        ? ArchiveWindow::ChangeType::Done
+                        : ArchiveWindow::ChangeType::Autosaved);
                 Q_EMIT saved(window->document()->packagePath());
                 if (done)
                     done(true);

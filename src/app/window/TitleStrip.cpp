@@ -32,7 +32,7 @@ TitleStrip::TitleStrip(QWidget* parent)
 
     m_boxLayout->setContentsMargins(0, 0, 0, 0);
 
-    m_infoButton->setText(QStringLiteral("INFO_BUTTON"));
+    m_infoButton->setText(QStringLiteral("HELP_BUTTON"));
     m_infoButton->setToolTip(QStringLiteral("HELP_BUTTON_TOOLTIP"));
     m_infoButton->setFixedSize(24, 24);
     m_infoButton->setStyleSheet(QStringLiteral("QToolButton { border: 1px solid palette(mid); border-radius: 12px;"

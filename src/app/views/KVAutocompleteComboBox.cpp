@@ -1,4 +1,4 @@
-#include "controls/KVAutocompleteComboBox.h"
+#include "app/views/KVAutocompleteComboBox.h"
 
 #include "output/CompletionAids.h"
 #include "output/TextFolding.h"
@@ -74,7 +74,8 @@ void KVAutocompleteComboBox::textEdited(const QString& text)
             const QString remainder = completion.mid(end);
             if (!remainder.isEmpty()) {
                 const QSignalBlocker blocker(lineEdit());
-                // Typed text that ends inside a folded letter ("stras" of "Straße") takes the completion's own spelling.
+                // Typed text that ends inside a folded letter ("stras" of "Straße") takes the completion's own
+                // spelling.
                 const bool aligned = TextFolding::fold(QStringView(completion).left(end)).size() == typedFolded;
                 const QString shown = aligned ? text + remainder : completion;
                 lineEdit()->setText(shown);

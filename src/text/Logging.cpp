@@ -1,3 +1,3 @@
-#include "model/Logging.h"
+#include "text/Logging.h"
 
 Q_LOGGING_CATEGORY(lcQuillarc, "quillarc")
