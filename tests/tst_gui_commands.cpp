@@ -5,6 +5,7 @@
 #include "app/popover/HelpPopover.h"
 #include "app/popover/PopoverPresenter.h"
 #include "app/popover/PopoverRegistry.h"
+#include "app/prefs/PreferencesWindow.h"
 #include "app/window/ArchiveCommands.h"
 #include "app/window/ArchiveWindow.h"
 #include "app/window/Menus.h"
@@ -199,6 +200,24 @@ private Q_SLOTS:
         QCOMPARE(menus->action(QStringLiteral("terminateByHand:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
         QCOMPARE(
             window->titlebarView()->infoButton()->toolTip(), localizedString(QStringLiteral("HELP_BUTTON_TOOLTIP")));
+    }
+
+    void preferencesCommandShowsOneWindowOfTheArchive()
+    {
+        std::unique_ptr<ArchiveWindow> window = openWindow(true);
+        QTRY_VERIFY(window->isMainViewLoaded());
+        QVERIFY(!window->preferencesWindow());
+        QVERIFY(window->commands()->perform(QStringLiteral("showPreferencesWindow:")));
+        QPointer<PreferencesWindow> shown = window->preferencesWindow();
+        QVERIFY(shown && shown->isVisible());
+        QCOMPARE(shown->mainDocument(), window->document());
+        // Asking again brings the same window back; it goes with the archive window.
+        shown->close();
+        QVERIFY(window->commands()->perform(QStringLiteral("showPreferencesWindow:")));
+        QCOMPARE(window->preferencesWindow(), shown.data());
+        QVERIFY(shown->isVisible());
+        window.reset();
+        QVERIFY(shown.isNull());
     }
 
     void secondPopoverReplacesTheFirst()

@@ -9,6 +9,8 @@
 #include "app/core/OpenElsewhereAlert.h"
 #include "app/core/QuitCoordinator.h"
 #include "app/core/UrlRouter.h"
+#include "app/news/NewsWindow.h"
+#include "app/translation/KVLocalizer.h"
 #include "app/util/MessageBox.h"
 #include "app/window/ArchiveWindow.h"
 #include "text/KVLocalizationDictionary.h"
@@ -333,7 +335,7 @@ void AppDelegate::showAbout(QWidget* parent)
 
 void AppDelegate::showLocalizer()
 {
-    // The translation editor is a window of its own that hooks in here.
+    KVLocalizer::showLocalizer();
     Q_EMIT localizerRequested();
 }
 
@@ -349,10 +351,25 @@ void AppDelegate::openManualWebsite()
     m_urlOpener ? m_urlOpener(address) : QDesktopServices::openUrl(address);
 }
 
-void AppDelegate::checkForNews()
+NewsWindow* AppDelegate::newsWindow()
 {
-    // The news window hooks in here: it compares "currentNewsNumber" with the
-    // published number and shows itself when there is something new.
+    if (!m_newsWindow)
+        m_newsWindow = std::make_unique<NewsWindow>();
+    return m_newsWindow.get();
 }
 
-void AppDelegate::loadNEWS() { }
+void AppDelegate::checkForNews()
+{
+    // The window compares "currentNewsNumber" with the published number and
+    // comes up by itself when there is something new.
+    newsWindow()->checkForNews();
+}
+
+void AppDelegate::loadNEWS()
+{
+    NewsWindow* window = newsWindow();
+    window->loadNEWS();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}

@@ -10,6 +10,7 @@
 class DesktopIntegration;
 class DocumentController;
 class InstanceChannel;
+class NewsWindow;
 class OpenElsewhereAlert;
 class QuitCoordinator;
 class QWidget;
@@ -66,7 +67,9 @@ public:
     void showLocalizer();
     void openSupportWebsite();
     void openManualWebsite();
+    /// Shows the news window when the makers published something newer.
     void checkForNews();
+    /// Shows the news window with the news page.
     void loadNEWS();
 
     /// The single-instance channel this process listens on (set by main).
@@ -82,12 +85,13 @@ public:
     void setUrlOpener(std::function<bool(const QUrl&)> opener) { m_urlOpener = std::move(opener); }
 
 Q_SIGNALS:
-    /// The translation editor was asked for (the editor itself hooks in here).
+    /// The translation editor was brought up.
     void localizerRequested();
     /// A quillarc:// command walked the open archives.
     void urlCommandDone(const QString& command);
 
 private:
+    NewsWindow* newsWindow();
     void quitNow();
     void lastWindowMayHaveClosed();
     void presentLaunchFailure(const QString& path, const QString& reason);
@@ -99,6 +103,7 @@ private:
     std::unique_ptr<OpenElsewhereAlert> m_openElsewhere;
     DesktopIntegration* m_desktop = nullptr;
     QPointer<InstanceChannel> m_channel;
+    std::unique_ptr<NewsWindow> m_newsWindow; ///< made on the first news check
     bool m_applicationHasStarted = false;
     bool m_installOfferEnabled = false;
     bool m_quitting = false;

@@ -2,6 +2,7 @@
 
 #include "app/core/Delays.h"
 #include "app/popover/PopoverPresenter.h"
+#include "app/prefs/PreferencesWindow.h"
 #include "app/style/ThemeManager.h"
 #include "app/window/ArchiveCommands.h"
 #include "app/window/ArchiveSaving.h"
@@ -232,8 +233,21 @@ void ArchiveWindow::endWelcome()
 
 void ArchiveWindow::showPreferencesWindow()
 {
-    // The preferences window is a screen of its own, made on first use and
-    // kept for the archive's life; it is wired here once it exists.
+    // Made on first use and kept for the archive's life; it goes with the window.
+    if (!m_preferencesWindow) {
+        m_preferencesWindow = new PreferencesWindow(this);
+        m_preferencesWindow->setWindowFlag(Qt::Window);
+    }
+    m_preferencesWindow->setMainDocument(document());
+    m_preferencesWindow->viewActions();
+    m_preferencesWindow->show();
+    m_preferencesWindow->raise();
+    m_preferencesWindow->activateWindow();
+}
+
+PreferencesWindow* ArchiveWindow::preferencesWindow() const
+{
+    return m_preferencesWindow;
 }
 
 void ArchiveWindow::bringToFront()

@@ -11,6 +11,7 @@ class ArchiveSaving;
 class Document;
 class Menus;
 class PopoverPresenter;
+class PreferencesWindow;
 class QStackedWidget;
 class QTimer;
 class TitleStrip;
@@ -92,6 +93,8 @@ public:
 
     /// Shows the preferences window for this archive (created on first use).
     void showPreferencesWindow();
+    /// The preferences window once it was shown, else nullptr.
+    PreferencesWindow* preferencesWindow() const;
     /// There is no update service: nothing to do.
     void checkForUpdates() { }
 
@@ -128,7 +131,7 @@ private:
     QStackedWidget* m_docView = nullptr;
     QPointer<WelcomeView> m_welcomeView;
     QPointer<MainView> m_mainView;
-    QPointer<QWidget> m_prefsWindow;
+    QPointer<PreferencesWindow> m_preferencesWindow; ///< made on first use
     ArchiveSaving* m_saving = nullptr;
     ArchiveCommands* m_commands = nullptr;
     Menus* m_menus = nullptr;
