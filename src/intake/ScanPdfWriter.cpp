@@ -5,8 +5,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -29,24 +27,12 @@ QByteArray pdfTextString(const QString& text)
     return hex + '>';
 }
 
-bool syncFolder(const QString& path)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0)
-        return false;
-    const bool synced = ::fsync(fd) == 0;
-    ::close(fd);
-    return synced;
-}
-
 } // namespace
 
 ScanPdfWriter::ScanPdfWriter(const QString& path)
     : m_path(path)
     , m_file(path)
 {
-    // Never fall back to writing the final name directly.
-    m_file.setDirectWriteFallback(false);
 }
 
 ScanPdfWriter::~ScanPdfWriter()
@@ -56,9 +42,11 @@ ScanPdfWriter::~ScanPdfWriter()
 
 bool ScanPdfWriter::failed(QString* error)
 {
-    if (m_error.isEmpty())
+    if (m_error.isEmpty()) {
         m_error = m_file.errorString();
-    *error = QStringLiteral("%1: %2").arg(m_path, m_error);
+        m_errorNamesPath = true;
+    }
+    *error = m_errorNamesPath ? m_error : QStringLiteral("%1: %2").arg(m_path, m_error);
     discard();
     return false;
 }
@@ -67,8 +55,9 @@ bool ScanPdfWriter::write(const QByteArray& bytes)
 {
     if (!m_error.isEmpty())
         return false;
-    if (m_file.write(bytes) != bytes.size()) {
+    if (!m_file.write(bytes)) {
         m_error = m_file.errorString();
+        m_errorNamesPath = true;
         return false;
     }
     m_position += bytes.size();
@@ -90,7 +79,7 @@ void ScanPdfWriter::endObject()
 
 bool ScanPdfWriter::open(QString* error)
 {
-    if (!m_file.open(QIODevice::WriteOnly))
+    if (!m_file.open())
         return failed(error);
     write("%PDF-1.4\n%\xe2\xe3\xcf\xd3\n");
     beginObject(); // 1: the catalog
@@ -110,7 +99,8 @@ bool ScanPdfWriter::open(QString* error)
 bool ScanPdfWriter::beginPage(ScanLineAssembler::Kind kind, int width, int height, double dpi, QString* error)
 {
     if (width <= 0 || height <= 0 || dpi <= 0) {
-        m_error = QStringLiteral("a page of %1 x %2 pixels at %3 dpi cannot be written").arg(width).arg(height).arg(dpi);
+        m_error
+            = QStringLiteral("a page of %1 x %2 pixels at %3 dpi cannot be written").arg(width).arg(height).arg(dpi);
         return failed(error);
     }
     const QByteArray pageWidth = number(width * 72.0 / dpi);
@@ -118,9 +108,9 @@ bool ScanPdfWriter::beginPage(ScanLineAssembler::Kind kind, int width, int heigh
     const int page = int(m_offsets.size()) + 1;
     m_pageObjects.append(page);
     beginObject();
-    write("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " + pageWidth + ' ' + pageHeight + "]\n   /Resources << /XObject << /Im0 "
-        + QByteArray::number(page + 2) + " 0 R >> /ProcSet [/PDF /ImageB /ImageC] >>\n   /Contents "
-        + QByteArray::number(page + 1) + " 0 R >>\n");
+    write("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " + pageWidth + ' ' + pageHeight
+        + "]\n   /Resources << /XObject << /Im0 " + QByteArray::number(page + 2)
+        + " 0 R >> /ProcSet [/PDF /ImageB /ImageC] >>\n   /Contents " + QByteArray::number(page + 1) + " 0 R >>\n");
     endObject();
     const QByteArray content = "q " + pageWidth + " 0 0 " + pageHeight + " 0 0 cm /Im0 Do Q\n";
     beginObject();
@@ -202,22 +192,14 @@ bool ScanPdfWriter::finish(QString* error)
         + QByteArray::number(xref) + "\n%%EOF\n");
     if (!m_error.isEmpty())
         return failed(error);
-    // commit() flushes, syncs the file and renames it over the final name.
+    // commit() syncs the file, renames it over the final name and syncs the folder.
     if (!m_file.commit())
         return failed(error);
-    if (!syncFolder(QFileInfo(m_path).absolutePath())) {
-        *error = QStringLiteral("%1: the folder could not be flushed to disk").arg(QFileInfo(m_path).absolutePath());
-        return false;
-    }
     return true;
 }
 
 void ScanPdfWriter::discard()
 {
     m_encoder.reset();
-    if (m_file.isOpen())
-        m_file.cancelWriting();
-    // Closing a cancelled save file removes its temporary file.
-    if (m_file.isOpen())
-        m_file.commit();
+    m_file.discard();
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "intake/ScanLineAssembler.h"
+#include "store/AtomicFile.h"
 
 #include <QList>
-#include <QSaveFile>
 #include <QString>
 #include <memory>
 
@@ -54,7 +54,7 @@ private:
     QString m_path;
     QString m_title;
     int m_quality = 85;
-    QSaveFile m_file;
+    AtomicFile m_file;
     qint64 m_position = 0;
     QList<qint64> m_offsets; ///< file offset of each object, by number - 1
     QList<int> m_pageObjects;
@@ -63,4 +63,5 @@ private:
     int m_linesLeft = 0;
     std::unique_ptr<ScanImageEncoder> m_encoder;
     QString m_error;
+    bool m_errorNamesPath = false; ///< the file's own messages already name the path
 };

@@ -2,6 +2,7 @@
 
 #include "model/QuillarcDocument.h"
 #include "model/QuillarcPreferences.h"
+#include "store/AtomicFile.h"
 #include "store/Document.h"
 #include "store/Fingerprint.h"
 #include "store/KVDispatch.h"
@@ -14,7 +15,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QThread>
@@ -176,20 +176,8 @@ void IntegrityValidator::finish(bool intact, const QString& logText)
 void IntegrityValidator::writeIntegrityLog(const QString& logText)
 {
     const QString path = integrityLogPath();
-    QFile::remove(path);
     // Written beside its final name, synced and renamed: never half a log.
-    QSaveFile file(path);
-    const QByteArray bytes = logText.toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        qCWarning(lcQuillarc).noquote()
-            << QStringLiteral("Integrity Log Error: %1").arg(QStringLiteral("%1: %2").arg(path, file.errorString()));
-        return;
-    }
-    const QString folder = QFileInfo(path).absolutePath();
-    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0 || ::fsync(fd) != 0)
-        qCWarning(lcQuillarc).noquote()
-            << QStringLiteral("Integrity Log Error: %1: %2").arg(folder, qt_error_string(errno));
-    if (fd >= 0)
-        ::close(fd);
+    QString error;
+    if (!AtomicFile::writeFile(path, logText.toUtf8(), &error))
+        qCWarning(lcQuillarc).noquote() << QStringLiteral("Integrity Log Error: %1").arg(error);
 }

@@ -4,6 +4,7 @@
 #include "app/core/AppSettings.h"
 #include "app/core/InstallOfferDialog.h"
 #include "app/util/MessageBox.h"
+#include "store/AtomicFile.h"
 #include "text/KVLocalizationDictionary.h"
 #include "text/Logging.h"
 
@@ -12,10 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSaveFile>
 #include <QStandardPaths>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 QString dataHome()
@@ -31,18 +29,7 @@ bool writeAtomically(const QString& path, const QByteArray& bytes, QString* erro
         *error = QStringLiteral("%1: cannot create the folder").arg(folder);
         return false;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
-        return false;
-    }
-    // The rename itself reaches the disk only with the folder's entries.
-    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-    return true;
+    return AtomicFile::writeFile(path, bytes, error);
 }
 
 QByteArray resource(const QString& path)
