@@ -165,11 +165,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("save");
         QTest::newRow("de") << "de"
-                            << "Datei"
-                            << "Sichern";
+                            << "&Datei"
+                            << "S&ichern";
         QTest::newRow("en") << "en"
-                            << "File"
-                            << "Save";
+                            << "&File"
+                            << "&Save";
     }
 
     void menusSpeakBothLanguages()

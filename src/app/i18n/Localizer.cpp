@@ -36,12 +36,14 @@ bool isKey(const QString& text)
 
 /// The key stored under @p property; on the first call the current text when
 /// it is a key of the table (then recorded). "" when the text is not a key.
+/// A widget that shows data only has the keys it was given explicitly: its
+/// texts are never taken for keys, however they read.
 QString keyFor(QObject* object, const char* property, const QString& current)
 {
     const QVariant stored = object->property(property);
     if (stored.isValid())
         return stored.toString();
-    if (!isKey(current))
+    if (object->property(dataProperty).toBool() || !isKey(current))
         return QString();
     object->setProperty(property, current);
     return current;
@@ -79,8 +81,6 @@ void localizeMenu(QMenu* menu)
 
 void localizeWidget(QWidget* widget)
 {
-    if (widget->property(dataProperty).toBool())
-        return;
     if (widget->isWindow()) {
         localizeText(widget, "_oldBaseWindowTitle", widget->windowTitle(),
             [widget](const QString& text) { widget->setWindowTitle(text); });
@@ -206,6 +206,10 @@ void Localizer::setAccessibleKeys(QWidget* widget, const QString& nameKey, const
     if (!descriptionKey.isEmpty())
         widget->setProperty(accessibleDescriptionProperty, descriptionKey);
     localizeOne(widget);
+    // A screen reader announces the widget that has the focus: a field that
+    // hands its focus on to an inner editor hands its name on with it.
+    if (QWidget* proxy = widget->focusProxy(); proxy && !proxy->property(accessibleNameProperty).isValid())
+        setAccessibleKeys(proxy, nameKey, descriptionKey);
 }
 
 void Localizer::markAsData(QWidget* widget)

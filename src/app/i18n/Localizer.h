@@ -36,6 +36,7 @@ public:
     /// Accessible name and description for screen readers, from the table.
     static void setAccessibleKeys(QWidget* widget, const QString& nameKey, const QString& descriptionKey = QString());
     /// Marks a widget whose text is data, never a key (a title the user typed).
+    /// Keys given to it explicitly (placeholder, accessible name) still apply.
     static void markAsData(QWidget* widget);
 
     /// The key recorded for the object's main text, or "" when it has none.

@@ -69,6 +69,8 @@ NewsWindow::NewsWindow(QWidget* parent)
     m_network = new QNetworkAccessManager(this);
     m_view = new NewsBrowser(m_network, this);
     m_view->setObjectName(QStringLiteral("newsWebView"));
+    // The page comes from the makers' website in the reader's language: data, not keys.
+    Localizer::markAsData(m_view);
     Localizer::setAccessibleKeys(m_view, QStringLiteral("NEWS_WINDOW_VIEW"));
     // A clicked link, or a link meant for a new window, opens in the user's
     // browser; only the page's own load is shown here.

@@ -1,5 +1,6 @@
 #include "app/popover/HelpPopover.h"
 
+#include "app/i18n/Localizer.h"
 #include "text/KVLocalizationDictionary.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -37,6 +38,7 @@ HelpPopover::HelpPopover(QWidget* parent)
     // No background of its own: the popover's panel shows through.
     m_text->viewport()->setAutoFillBackground(false);
     m_text->setStyleSheet(QStringLiteral("QTextBrowser { background: transparent; }"));
+    Localizer::setAccessibleKeys(m_text, QStringLiteral("HELP_BUTTON_TOOLTIP"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(10, 8, 10, 8);
     layout->addWidget(m_text);

@@ -43,6 +43,8 @@ GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
     form->addRow(QStringLiteral("GROUP_TITLE_LABEL"), m_title);
     m_description->setPlainText(group->groupDescription());
     m_description->setFixedHeight(m_description->fontMetrics().lineSpacing() * 4 + 12);
+    // Tab moves on to the next field, as everywhere else in the sheet; line breaks stay on Return.
+    m_description->setTabChangesFocus(true);
     form->addRow(QStringLiteral("GROUP_DESCRIPTION_LABEL"), m_description);
     m_color->setCurrentTag(int(group->groupColorTag().isNumber() ? group->groupColorTag().toInteger() : 7));
     form->addRow(QStringLiteral("COLOR_TAG_LABEL"), m_color);

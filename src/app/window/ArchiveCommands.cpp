@@ -54,7 +54,7 @@ const QList<ArchiveCommands::Info>& ArchiveCommands::allCommands()
         command("performClose:", "MENU_CLOSE", QKeySequence(Qt::CTRL | Qt::Key_W), Scope::Window),
         command("saveDocument:", "MENU_SAVE", QKeySequence(Qt::CTRL | Qt::Key_S), Scope::Document),
         command("saveDocumentAs:", "MENU_SAVE_AS", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), Scope::Document),
-        command("exportDocument:", "EXPORT_DOCUMENT_MENU", {}, Scope::MainView),
+        command("exportDocument:", "MENU_EXPORT_ARCHIVE", {}, Scope::MainView),
         command("exportLogAction:", "MENU_EXPORT_LOG", {}, Scope::MainView),
         command("cut:", "MENU_CUT", QKeySequence::Cut, Scope::Window),
         command("copy:", "MENU_COPY", QKeySequence::Copy, Scope::Window),

@@ -22,13 +22,13 @@ MainViewArchiveHeader::MainViewArchiveHeader(Document* archive, QWidget* parent)
     titleFont.setBold(true);
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.2);
     m_title->setFont(titleFont);
-    m_title->setPlaceholderText(QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
     m_description->setObjectName(QStringLiteral("containerDescriptionTextField"));
     m_description->setFrameShape(QFrame::NoFrame);
     m_description->setPlaceholderText(QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
     m_description->setTabChangesFocus(true);
     m_description->setFixedHeight(m_description->fontMetrics().lineSpacing() * 3 + 8);
     Localizer::markAsData(m_title);
+    Localizer::setPlaceholderKey(m_title, QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
     Localizer::setAccessibleKeys(m_title, QStringLiteral("ARCHIVE_TITLE_PLACEHOLDER"));
     Localizer::setAccessibleKeys(m_description, QStringLiteral("ARCHIVE_DESCRIPTION_PLACEHOLDER"));
     layout->addWidget(m_title);

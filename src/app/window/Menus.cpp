@@ -141,6 +141,7 @@ void Menus::rebuildWindowMenu()
     QAction* before = m_actions.value(QStringLiteral("arrangeInFront:"));
     for (ArchiveWindow* window : windows) {
         auto* entry = new QAction(window->archiveTitle(), m_windowMenu);
+        entry->setProperty("_quillarcShowsData", true);
         entry->setCheckable(true);
         entry->setChecked(window == m_window);
         connect(entry, &QAction::triggered, window, &ArchiveWindow::bringToFront);
