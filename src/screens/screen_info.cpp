@@ -12,9 +12,11 @@
 #include "model/QuillarcDocument.h"
 #include "store/Document.h"
 #include "store/IntegrityValidator.h"
+#include "text/KVLocalizationDictionary.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QLabel>
 #include <QThread>
 #include <atomic>
 #include <memory>
@@ -40,7 +42,12 @@ QWidget* verdict(InfoPopover* popover)
 {
     if (!popover)
         return nullptr;
-    ScreenContext::waitFor([popover] { return !popover->validator()->isValidating(); }, 20000);
+    const QString validating = localizedString(QStringLiteral("INTEGRITY_STRING_VALIDATING"));
+    ScreenContext::waitFor(
+        [popover, validating] {
+            return !popover->validator()->isValidating() && popover->stateLabel()->text() != validating;
+        },
+        20000);
     return popover->window();
 }
 

@@ -39,7 +39,7 @@ void waitForHits(SearchPopover* popover)
 
 QUILLARC_SCREEN("search-popover-hits", [](ScreenContext& context) -> QWidget* {
     Popover* frame = nullptr;
-    SearchPopover* popover = showSearch(context, QStringLiteral("rechnung"), &frame);
+    SearchPopover* popover = showSearch(context, QStringLiteral("eur"), &frame);
     waitForHits(popover);
     return frame;
 });
