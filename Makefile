@@ -4,6 +4,8 @@ BUILD_DIR ?= build
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 30
 TSAN_DIR ?= build-tsan
+# Where `make install` puts the programs, the menu entry and the icon.
+PREFIX ?= /usr/local
 # The tests whose code runs on several threads, run again under ThreadSanitizer.
 TSAN_TESTS ?= tst_integrity tst_membermapping tst_search
 # Kernels that randomise mappings more widely than the sanitizer expects make
@@ -13,7 +15,7 @@ JOBS ?= $(shell nproc)
 # A compiler cache speeds up rebuilds where one is installed; the build never needs it.
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: deps configure build run test bench fuzz tsan screens clean
+.PHONY: deps configure build run test bench fuzz tsan screens package install clean
 
 deps:
 	bash scripts/install-deps.sh
@@ -51,6 +53,18 @@ tsan: deps
 	cd $(TSAN_DIR) && QT_QPA_PLATFORM=offscreen \
 	  TSAN_OPTIONS="halt_on_error=1 exitcode=66 second_deadlock_stack=1 suppressions=$(CURDIR)/tests/tsan.supp" \
 	  $(TSAN_LAUNCH) ctest --output-on-failure -R "^($$(echo $(TSAN_TESTS) | tr ' ' '|'))$$"
+
+# The Debian package, built from the normal build folder: its files go under
+# /usr whatever prefix the folder had, so the prefix set here costs no rebuild.
+package: deps configure
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_INSTALL_PREFIX=/usr
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+	cd $(BUILD_DIR) && cpack -G DEB
+	@ls -1t $(CURDIR)/$(BUILD_DIR)/quillarc_*.deb | head -n 1
+
+# The programs, the menu entry and the icon under PREFIX (sudo for system folders).
+install: deps build
+	cmake --install $(BUILD_DIR) --prefix $(PREFIX)
 
 clean:
 	rm -rf $(BUILD_DIR) $(FUZZ_DIR) $(TSAN_DIR)

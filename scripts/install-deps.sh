@@ -20,6 +20,8 @@ PACKAGES=(
   xdg-utils
   # tests, benchmarks and fuzzing
   poppler-utils clang libclang-rt-14-dev desktop-file-utils
+  # the Debian package (make package and its test): dependencies and file types
+  dpkg-dev file
   # scanning: SANE's test scanner (in libsane1) and scanimage for the benchmark
   libsane1 sane-utils
   # a private session bus for the theme's desktop-portal test

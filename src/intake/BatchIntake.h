@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "model/Value.h"
 
 #include <QList>
@@ -9,10 +10,6 @@
 
 class DocumentIntake;
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Many files taken in at once with shared values (the batch sheet).
 ///

@@ -1,13 +1,11 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QString>
 #include <memory>
 
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// An alert as the window shows it: title, text and buttons are keys or
 /// source texts that go through the localization dictionary.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "model/Value.h"
 
 #include <QHash>
@@ -8,10 +9,6 @@
 #include <QStringList>
 
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Turns files on disk into archived documents of one open archive.
 ///

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QObject>
 #include <QString>
 #include <memory>
-
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// Writes a plain copy of an archived file for other applications: the bytes
 /// exactly as they were taken in, then, a moment later, the record's tags and

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QString>
 #include <memory>
 #include <optional>
 
 class Document;
-class QuillarcGroup;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Creating, editing and cancelling groups of an open archive. The sheet that
 /// shows the fields is the window's business; this class makes the changes the

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -7,10 +9,6 @@
 
 class BatchIntake;
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Groups tied to a folder on disk: making a group from a folder, switching a
 /// group's monitoring on and off, and finding the files of a monitored folder

@@ -1,16 +1,13 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QThreadPool>
 #include <functional>
 #include <memory>
-
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 class Document;
 

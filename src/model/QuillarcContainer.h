@@ -1,17 +1,22 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "model/QuillarcDatabaseObject.h"
-
-class QuillarcGroup;
-class QuillarcLogObject;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
-using LogObjectPtr = std::shared_ptr<QuillarcLogObject>;
 
 /// The root of an archive's tree: the ordered groups and the audit log.
 class QuillarcContainer : public QuillarcDatabaseObject
 {
 public:
-    enum Field { UniqueID, CreationDate, ContainerTitle, ContainerDescription, Groups, Logs, Properties };
+    enum Field
+    {
+        UniqueID,
+        CreationDate,
+        ContainerTitle,
+        ContainerDescription,
+        Groups,
+        Logs,
+        Properties
+    };
 
     QuillarcContainer();
     static const ClassInfo& staticClassInfo();

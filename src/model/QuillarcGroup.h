@@ -1,17 +1,24 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "model/QuillarcDatabaseObject.h"
-
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// An ordered list of documents; optionally watches a folder.
 class QuillarcGroup : public QuillarcDatabaseObject
 {
 public:
-    enum Field {
-        UniqueID, CreationDate, GroupTitle, GroupDescription, Documents, GroupColorTag, IsLocked,
-        HasMonitoredFolder, FolderPath, Properties
+    enum Field
+    {
+        UniqueID,
+        CreationDate,
+        GroupTitle,
+        GroupDescription,
+        Documents,
+        GroupColorTag,
+        IsLocked,
+        HasMonitoredFolder,
+        FolderPath,
+        Properties
     };
 
     QuillarcGroup();

@@ -1,17 +1,14 @@
 #pragma once
 
 #include "model/Clock.h"
+#include "model/ModelPointers.h"
 
 #include <QByteArray>
 #include <QList>
 #include <QMap>
 #include <QString>
-
 #include <memory>
 #include <variant>
-
-class QuillarcDatabaseObject;
-using ObjectPtr = std::shared_ptr<QuillarcDatabaseObject>;
 
 class Value;
 using ValueList = QList<Value>;
@@ -27,7 +24,19 @@ using ValueMap = QMap<QString, Value>;
 class Value
 {
 public:
-    enum class Kind : quint8 { Nil, Bool, Integer, Real, String, Date, Data, Array, Dictionary, Object };
+    enum class Kind : quint8
+    {
+        Nil,
+        Bool,
+        Integer,
+        Real,
+        String,
+        Date,
+        Data,
+        Array,
+        Dictionary,
+        Object
+    };
 
     Value() = default;
     static Value boolean(bool flag);
@@ -76,8 +85,8 @@ public:
     static QString kindName(Kind kind);
 
 private:
-    using Storage = std::variant<std::monostate, bool, qint64, double, QString, QByteArray,
-        std::shared_ptr<ValueList>, std::shared_ptr<ValueMap>, ObjectPtr>;
+    using Storage = std::variant<std::monostate, bool, qint64, double, QString, QByteArray, std::shared_ptr<ValueList>,
+        std::shared_ptr<ValueMap>, ObjectPtr>;
 
     Value(Kind kind, Storage storage, bool flag = false)
         : m_storage(std::move(storage))

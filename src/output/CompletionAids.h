@@ -1,12 +1,11 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <memory>
-
-class QuillarcGroup;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Completion while tags and titles are typed: the tag token field and the
 /// autocompleting combo box.

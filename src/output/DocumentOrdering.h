@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "model/Value.h"
 
 #include <QCollator>
@@ -8,10 +9,6 @@
 #include <algorithm>
 #include <memory>
 #include <vector>
-
-class QuillarcDocument;
-class QuillarcPreferences;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// One sort key of the documents list with its direction.
 struct SortDescriptor

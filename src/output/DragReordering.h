@@ -1,15 +1,13 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
 #include <memory>
 
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// What dragging rows does to an archive: groups are reordered inside the
 /// groups list, and a document dragged onto another group moves there. The

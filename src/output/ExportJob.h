@@ -1,19 +1,16 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QDate>
 #include <QList>
 #include <QString>
 #include <QStringList>
-
 #include <atomic>
 #include <functional>
 #include <memory>
 
 class Document;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// One export of archived files into a folder, in two steps: everything it
 /// needs is taken from the archive on the main thread (forGroup(),
@@ -70,8 +67,8 @@ public:
 
     /// Copies the files and writes the summary. @p cancel, when set, stops
     /// the run before the next copy.
-    Outcome run(const Progress& progress = {}, const Written& written = {},
-        const std::atomic_bool* cancel = nullptr) const;
+    Outcome run(
+        const Progress& progress = {}, const Written& written = {}, const std::atomic_bool* cancel = nullptr) const;
 
     const QList<Entry>& entries() const { return m_entries; }
     /// The documents of the entries, in the same order; for the main thread

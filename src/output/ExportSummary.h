@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "report/PrinterItem.h"
 
 #include <QByteArray>
@@ -9,8 +10,6 @@
 #include <memory>
 
 class PrinterTextView;
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// The summary PDF written beside exported copies: a title, a description, a
 /// totals line and one line per exported document (voucher number, file date,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -8,10 +10,6 @@
 
 class Document;
 class ExportJob;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Copies archived files out of an archive into an ordinary folder, each
 /// under its readable copy name, and adds a summary PDF that lists them.

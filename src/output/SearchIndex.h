@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "output/SearchPredicate.h"
 #include "output/SearchSlotSet.h"
 
@@ -12,9 +13,7 @@
 #include <memory>
 #include <vector>
 
-class QuillarcDocument;
 class SearchSegment;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// In-memory structure that answers the search filter over every document of
 /// an archive quickly enough to run on every keystroke, with exactly the

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ModelPointers.h"
 #include "output/SearchSlotSet.h"
 #include "output/TokenVocabulary.h"
 
@@ -9,10 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-class QuillarcDocument;
 class SearchPredicate;
 class SearchSegment;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// A search predicate prepared for the index, and its evaluation over one
 /// segment. Needles are folded once and kind patterns matched once per

@@ -1,24 +1,15 @@
 #pragma once
 
 #include "model/ChangeNode.h"
+#include "model/ModelPointers.h"
 #include "model/Value.h"
 
 #include <QObject>
 #include <QStringList>
 #include <QThreadPool>
-
 #include <functional>
 
 class ArchiveSnapshot;
-class QuillarcContainer;
-class QuillarcDatabaseObject;
-class QuillarcDocument;
-class QuillarcGroup;
-class QuillarcPreferences;
-using ContainerPtr = std::shared_ptr<QuillarcContainer>;
-using PreferencesPtr = std::shared_ptr<QuillarcPreferences>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// A failure to open an archive, with the three texts shown to the user.
 struct DocumentError
@@ -40,10 +31,15 @@ struct DocumentError
 class OpenElsewhereQuestion
 {
 public:
-    enum Answer { Quit, Continue };
+    enum Answer
+    {
+        Quit,
+        Continue
+    };
     virtual ~OpenElsewhereQuestion() = default;
-    virtual Answer askOpenElsewhere(const QString& title, const QString& message, const QString& quitButton,
-        const QString& continueButton) = 0;
+    virtual Answer askOpenElsewhere(
+        const QString& title, const QString& message, const QString& quitButton, const QString& continueButton)
+        = 0;
 };
 
 /// The open archive: the package on disk, the object tree read from its
@@ -64,9 +60,19 @@ public:
     static constexpr const char* filesName = "Files";
     static constexpr qint64 notFound = 0x7fffffffffffffffLL; ///< selection index of "nothing selected"
 
-    enum class ReadResult { Success, WrongType, Failed, QuitRequested };
+    enum class ReadResult
+    {
+        Success,
+        WrongType,
+        Failed,
+        QuitRequested
+    };
     /// ReadOnly leaves the open mark alone: for commands that only look.
-    enum class OpenMode { ReadWrite, ReadOnly };
+    enum class OpenMode
+    {
+        ReadWrite,
+        ReadOnly
+    };
 
     explicit Document(QObject* parent = nullptr);
     ~Document() override;
@@ -78,8 +84,8 @@ public:
 
     void setOpenElsewhereQuestion(OpenElsewhereQuestion* question) { m_question = question; }
 
-    ReadResult readFromFileWrapper(const QString& path, const QString& type, DocumentError* error,
-        OpenMode mode = OpenMode::ReadWrite);
+    ReadResult readFromFileWrapper(
+        const QString& path, const QString& type, DocumentError* error, OpenMode mode = OpenMode::ReadWrite);
     /// The store's steps of setting up a window for the archive: salt, empty
     /// deletion list, validation allowed for archives made before, initial
     /// data for new ones, files folder, parents, change count cleared.
@@ -116,7 +122,10 @@ public:
     void deleteFiles();
     void saveSelectionIndexes();
     /// Supplies the selected rows (groups, documents; -1 for none) when saving.
-    void setSelectionProvider(std::function<std::pair<qint64, qint64>()> provider) { m_selectionProvider = std::move(provider); }
+    void setSelectionProvider(std::function<std::pair<qint64, qint64>()> provider)
+    {
+        m_selectionProvider = std::move(provider);
+    }
 
     /// Appends one audit-log entry for the document: kind 0 taken in, 1
     /// deleted. The entry's text is fixed now and never edited; callers save

@@ -8,11 +8,10 @@
 
 class BatchIntake;
 #include "app/sheet/BatchSheet.h"
+#include "model/ModelPointers.h"
 class DocumentIntake;
 class MainView;
 class QThread;
-class QuillarcGroup;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Taking many files in at once: the open dialog allowing several files, a
 /// drop of several, and the files of a new folder group.

@@ -7,11 +7,8 @@
 class BatchFlow;
 class DocumentIntake;
 #include "app/sheet/DocumentSheet.h"
+#include "model/ModelPointers.h"
 class MainView;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// Taking single files in: the open dialog for one file, a drop (one file
 /// here, several handed to the batch), a finished scan, and the sheet of the
@@ -52,7 +49,12 @@ Q_SIGNALS:
     void singleIntakeFinished(const DocumentPtr& record, bool kept);
 
 private:
-    enum class Origin { OpenDialog, Drop, Scan };
+    enum class Origin
+    {
+        OpenDialog,
+        Drop,
+        Scan
+    };
 
     void buildRecord(const QString& filePath, Origin origin);
     void recordBuilt(const DocumentPtr& record, const QString& refusal, const GroupPtr& group, Origin origin);

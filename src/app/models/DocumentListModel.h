@@ -1,13 +1,12 @@
 #pragma once
 
 #include "app/models/ArchiveListModel.h"
+#include "model/ModelPointers.h"
 #include "output/DocumentOrdering.h"
 
 #include <memory>
 
-class QuillarcGroup;
 class ThumbnailCache;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// The documents list: the current group's documents in the archive's sort
 /// order, one column per fact shown (title with thumbnail, slip number, file
@@ -26,9 +25,20 @@ class DocumentListModel : public ArchiveListModel
     Q_OBJECT
 
 public:
-    enum Column { TitleColumn, SlipNumberColumn, FileDateColumn, KindColumn, SizeColumn, TagsColumn, ColorTagColumn,
-        LockColumn, ColumnCount };
-    enum Role {
+    enum Column
+    {
+        TitleColumn,
+        SlipNumberColumn,
+        FileDateColumn,
+        KindColumn,
+        SizeColumn,
+        TagsColumn,
+        ColorTagColumn,
+        LockColumn,
+        ColumnCount
+    };
+    enum Role
+    {
         TagsRole = Qt::UserRole + 1,
         ColorTagRole,
         LockedRole,
@@ -60,10 +70,10 @@ public:
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     Qt::DropActions supportedDragActions() const override;
     Qt::DropActions supportedDropActions() const override;
-    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
-        const QModelIndex& parent) const override;
-    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
-        const QModelIndex& parent) override;
+    bool canDropMimeData(
+        const QMimeData* data, Qt::DropAction action, int row, int column, const QModelIndex& parent) const override;
+    bool dropMimeData(
+        const QMimeData* data, Qt::DropAction action, int row, int column, const QModelIndex& parent) override;
 
     /// The header texts' localization keys, by column.
     static QString columnKey(int column);

@@ -1,13 +1,9 @@
 #pragma once
 
 #include "app/models/ArchiveListModel.h"
+#include "model/ModelPointers.h"
 
 #include <memory>
-
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// The groups list: the archive's groups in their order, with what each row
 /// shows (title, document count, colour tag, lock, monitored folder).
@@ -20,7 +16,8 @@ class GroupListModel : public ArchiveListModel
     Q_OBJECT
 
 public:
-    enum Role {
+    enum Role
+    {
         DocumentCountRole = Qt::UserRole + 1,
         ColorTagRole,
         LockedRole,
@@ -41,12 +38,12 @@ public:
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     Qt::DropActions supportedDragActions() const override;
     Qt::DropActions supportedDropActions() const override;
-    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
-        const QModelIndex& parent) const override;
+    bool canDropMimeData(
+        const QMimeData* data, Qt::DropAction action, int row, int column, const QModelIndex& parent) const override;
     /// @p row/@p parent as a view passes them: a drop on a row is @p parent,
     /// a drop between rows is @p row (above it), -1 at the end.
-    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
-        const QModelIndex& parent) override;
+    bool dropMimeData(
+        const QMimeData* data, Qt::DropAction action, int row, int column, const QModelIndex& parent) override;
 
 Q_SIGNALS:
     /// Groups were reordered by a drag; @p rows are their new rows.

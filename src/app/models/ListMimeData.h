@@ -1,10 +1,9 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QMimeData>
 #include <memory>
-
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// What a drag from one of the archive's lists carries besides its clipboard
 /// types: the list it started in and, for a document, the record itself, so

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QPointer>
 #include <QWidget>
 #include <memory>
@@ -12,8 +14,6 @@ class QPlainTextEdit;
 class QScrollArea;
 class QStackedWidget;
 class QToolButton;
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// The preview of the selected record, in a window of its own beside the
 /// archive window: every page of a PDF, an image fitted to the window, a
@@ -28,7 +28,15 @@ class PreviewWindow : public QWidget
     Q_OBJECT
 
 public:
-    enum class Shown { Nothing, Pdf, Image, Text, PreviewImage, Message };
+    enum class Shown
+    {
+        Nothing,
+        Pdf,
+        Image,
+        Text,
+        PreviewImage,
+        Message
+    };
 
     explicit PreviewWindow(QWidget* parent = nullptr);
     ~PreviewWindow() override;

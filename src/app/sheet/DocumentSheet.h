@@ -1,14 +1,13 @@
 #pragma once
 
 #include "app/sheet/Sheet.h"
+#include "model/ModelPointers.h"
 
 #include <memory>
 
 class QLabel;
 class QLineEdit;
 class KVButton;
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// The sheet of one new record (or of an archived one being edited): its
 /// title and voucher number, with the file's facts beside them. Confirming

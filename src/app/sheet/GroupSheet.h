@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/sheet/Sheet.h"
+#include "model/ModelPointers.h"
 
 #include <memory>
 
@@ -10,8 +11,6 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class KVButton;
-class QuillarcGroup;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// The sheet of a group: title, description, colour, lock and the monitored
 /// folder. For a new group, Cancel (rejected) removes the group again; an

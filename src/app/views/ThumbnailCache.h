@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QCache>
 #include <QMutex>
 #include <QObject>
@@ -7,9 +9,6 @@
 #include <QSet>
 #include <QThreadPool>
 #include <memory>
-
-class QuillarcDocument;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// The documents list's thumbnails: each record's stored preview image,
 /// scaled to the list's size at the screen's pixel ratio.

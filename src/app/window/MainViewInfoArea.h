@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QWidget>
 #include <memory>
 
@@ -9,10 +11,7 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
-class QuillarcDatabaseObject;
-class QuillarcDocument;
 class TokenField;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
 
 /// The information area under the documents list: the selected record's
 /// title, slip number, tags, comment, note, colour tag and lock, each edited

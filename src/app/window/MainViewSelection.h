@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ModelPointers.h"
+
 #include <QObject>
 #include <memory>
 #include <utility>
@@ -9,10 +11,6 @@ class DocumentListModel;
 class DocumentsTableView;
 class GroupListModel;
 class GroupsListView;
-class QuillarcDocument;
-class QuillarcGroup;
-using DocumentPtr = std::shared_ptr<QuillarcDocument>;
-using GroupPtr = std::shared_ptr<QuillarcGroup>;
 
 /// The selection of the main view's two lists: which group and document are
 /// current, what a change of either does (the documents list follows the
