@@ -1,7 +1,5 @@
 #include "app/style/ArchiveStyle.h"
 
-#include "controls/ControlStyle.h"
-
 #include <QStyleFactory>
 #include <QStyleOption>
 
@@ -16,7 +14,11 @@ QColor ArchiveStyle::outlineSource(const QPalette& palette)
     if (window.lightness() >= 128)
         return window;
     // Fusion draws the outline in window.darker(140); lightening by as much undoes it.
-    const QColor outline = ControlStyle::mix(window, palette.color(QPalette::WindowText), 0.32);
+    // About a third of the way from the window to its text.
+    const QColor text = palette.color(QPalette::WindowText);
+    const auto between = [](int from, int to) { return from + (to - from) * 32 / 100; };
+    const QColor outline(between(window.red(), text.red()), between(window.green(), text.green()),
+        between(window.blue(), text.blue()));
     return outline.lighter(140);
 }
 
