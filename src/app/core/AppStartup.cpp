@@ -80,6 +80,24 @@ void AppStartup::removeCachedResponses()
 
 int AppStartup::run(int argc, char** argv)
 {
+    // Asked from a terminal: answered there, before any window or second-instance hand-over.
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == "--")
+            break;
+        if (argument == "--help" || argument == "-h") {
+            std::printf("Usage: quillarc [ARCHIVE.quillarc | quillarc://COMMAND]...\n"
+                        "Opens the archives given, or the one used last. A running Quillarc\n"
+                        "takes over the arguments of a later start.\n"
+                        "  -h, --help     show this help\n"
+                        "      --version  show the version\n");
+            return 0;
+        }
+        if (argument == "--version") {
+            std::printf("quillarc %s\n", qPrintable(AppInfo::version()));
+            return 0;
+        }
+    }
     QCoreApplication::setOrganizationName(AppInfo::organizationName());
     QCoreApplication::setApplicationName(AppInfo::applicationName());
     QCoreApplication::setApplicationVersion(AppInfo::version());
