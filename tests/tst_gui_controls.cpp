@@ -32,6 +32,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
+#include <QProxyStyle>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QThread>
@@ -403,6 +404,31 @@ private Q_SLOTS:
         QCOMPARE(progress->fraction(), 0.0);
     }
 
+    void progressSpinnerPlacement_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::newRow("beside Cancel: where the bar starts") << true;
+        QTest::newRow("alone: in the middle") << false;
+    }
+    void progressSpinnerPlacement()
+    {
+        QFETCH(bool, cancel);
+        QWidget host;
+        auto* progress = static_cast<KVTessaryProgress*>(makeControl(QStringLiteral("KVTessaryProgress"), &host));
+        progress->setCancelVisible(cancel);
+        progress->setIndeterminate(true);
+        progress->resize(420, progress->sizeHint().height());
+        const QRect spinner = progress->findChild<TessaryBeachBallView*>()->geometry();
+        if (cancel)
+            QCOMPARE(spinner.left(), 0);
+        else
+            QVERIFY2(qAbs(spinner.center().x() - progress->width() / 2) <= 1, qPrintable(QString::number(spinner.x())));
+        // Showing or hiding Cancel later moves the spinner along.
+        progress->setCancelVisible(!cancel);
+        const QRect moved = progress->findChild<TessaryBeachBallView*>()->geometry();
+        QCOMPARE(moved.left() == 0, !cancel);
+    }
+
     void progressCancelRequested()
     {
         QWidget host;
@@ -765,7 +791,8 @@ private Q_SLOTS:
         theme->setForcedScheme(ThemeManager::Dark);
         QVERIFY(theme->isDark());
         QVERIFY(ThemeManager::isDarkPalette(QApplication::palette()));
-        QCOMPARE(QApplication::style()->name().toLower(), QStringLiteral("fusion"));
+        const auto* proxy = qobject_cast<QProxyStyle*>(QApplication::style());
+        QCOMPARE((proxy ? proxy->baseStyle() : QApplication::style())->name().toLower(), QStringLiteral("fusion"));
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.last().at(0).toBool(), true);
         QTRY_VERIFY(window.paints > paintsBefore);

@@ -10,6 +10,7 @@
 #include "app/util/ExternalOpen.h"
 #include "app/views/IntegrityStatusLabel.h"
 #include "controls/KVButton.h"
+#include "controls/KVLinkButton.h"
 #include "controls/KVTessaryProgress.h"
 #include "store/IntegrityValidator.h"
 
@@ -17,6 +18,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QSignalSpy>
+#include <QStackedWidget>
 #include <QTest>
 
 class TestGuiInfo : public QObject
@@ -137,6 +139,21 @@ private Q_SLOTS:
         popover->openPath();
         QCOMPARE(m_opened.value(0), std::make_pair(QStringLiteral("reveal"), archive->packagePath()));
         QTRY_COMPARE_WITH_TIMEOUT(shown.size(), 2, 10000);
+        popover->window()->close();
+    }
+
+    void columnStartsAtOneEdge()
+    {
+        // The link's text, the path and the state's icon start at one x, whatever the link's focus-ring room.
+        std::unique_ptr<Document> archive = makeArchive();
+        QStringList shown;
+        InfoPopover* popover = show(*archive, &shown);
+        QTRY_COMPARE_WITH_TIMEOUT(shown.size(), 2, 10000);
+        const auto leftOf = [popover](QWidget* widget, int inset) { return widget->mapTo(popover, QPoint(inset, 0)).x(); };
+        const int path = leftOf(popover->pathLabel(), popover->pathLabel()->contentsMargins().left());
+        QCOMPARE(leftOf(popover->findChild<KVLinkButton*>(), KVLinkButton::textInset()), path);
+        QCOMPARE(leftOf(popover->findChild<QStackedWidget*>(), 0), path);
+        QVERIFY(!popover->progressView()->isCancelVisible());
         popover->window()->close();
     }
 

@@ -26,10 +26,15 @@ KVLinkButton::KVLinkButton(const QString& text, QWidget* parent)
     setText(text);
 }
 
+int KVLinkButton::textInset()
+{
+    return ControlStyle::focusMargin + padding;
+}
+
 QSize KVLinkButton::sizeHint() const
 {
     ensurePolished();
-    const int m = ControlStyle::focusMargin + padding;
+    const int m = textInset();
     // Whole pixels rounded up, so the text never elides at its own size.
     const int textWidth = qCeil(QFontMetricsF(font()).horizontalAdvance(text()));
     return QSize(textWidth, fontMetrics().height()) + QSize(2 * m, 2 * m);

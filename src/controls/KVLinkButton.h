@@ -14,6 +14,9 @@ public:
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
+    /// How far the text sits inside the button (room for the focus ring):
+    /// layouts move the button out by this much to line its text up with a label's.
+    static int textInset();
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -165,8 +165,9 @@ void KVTessaryProgress::paintEvent(QPaintEvent*)
 
     const QRect line = textRect();
     painter.setPen(ControlStyle::secondaryTextColor(pal));
+    const Qt::Alignment horizontal = m_indeterminate && !isCancelVisible() ? Qt::AlignHCenter : Qt::AlignLeft;
     painter.drawText(
-        line, Qt::AlignLeft | Qt::AlignVCenter, fontMetrics().elidedText(m_text, Qt::ElideMiddle, line.width()));
+        line, horizontal | Qt::AlignVCenter, fontMetrics().elidedText(m_text, Qt::ElideMiddle, line.width()));
 }
 
 void KVTessaryProgress::resizeEvent(QResizeEvent* event)
@@ -215,7 +216,10 @@ void KVTessaryProgress::layoutChildren()
 {
     const QRect indicator = indicatorRect();
     const int side = qMin(20, indicator.height() - 2);
-    m_spinner->setGeometry(indicator.left(), indicator.top() + (indicator.height() - side) / 2, side, side);
+    // Beside a Cancel button the spinner starts the row as the bar would; alone
+    // it marks the middle, where a view centred in a window has its eye.
+    const int x = isCancelVisible() ? indicator.left() : indicator.left() + (indicator.width() - side) / 2;
+    m_spinner->setGeometry(x, indicator.top() + (indicator.height() - side) / 2, side, side);
     const QSize button = m_cancel->sizeHint();
     m_cancel->setGeometry(
         width() - button.width(), (rowHeight() - button.height()) / 2, button.width(), button.height());

@@ -24,7 +24,7 @@ QString ScreenFixtures::archive(ScreenContext& context, const QString& title, in
     archive.preferences()->setField(QuillarcPreferences::IsSetupDone, Value::boolean(true));
     for (int g = 0; g < groups; ++g) {
         auto group = QuillarcGroup::create();
-        group->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("%1 %2").arg(2021 + g)));
+        group->setField(QuillarcGroup::GroupTitle, Value::string(QStringLiteral("Belege %1").arg(2021 + g)));
         for (int d = 0; d < documents; ++d) {
             auto record = QuillarcDocument::create();
             record->setField(

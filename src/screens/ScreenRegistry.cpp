@@ -26,9 +26,9 @@ QString ScreenContext::freshPath(const QString& stem)
     return QStringLiteral("%1/%2-%3-%4").arg(m_scratch, stem, m_language).arg(++counter);
 }
 
-bool ScreenContext::waitFor(const std::function<bool()>& condition)
+bool ScreenContext::waitFor(const std::function<bool()>& condition, int ms)
 {
-    const QDeadlineTimer deadline(2000);
+    const QDeadlineTimer deadline(ms);
     while (!condition()) {
         if (deadline.hasExpired())
             return false;

@@ -22,8 +22,12 @@ public:
     QString freshPath(const QString& stem);
     /// Deleted after the picture was taken (the window a popover hangs on).
     void keep(QObject* object) { m_kept.append(object); }
-    /// Runs the event loop until @p condition holds or about two seconds passed.
-    static bool waitFor(const std::function<bool()>& condition);
+    /// Marks the screen as not possible here (no scanner answers): the render
+    /// function returns nullptr and no picture is expected.
+    void skip(const QString& reason) { m_skipReason = reason; }
+    QString skipReason() const { return m_skipReason; }
+    /// Runs the event loop until @p condition holds or @p ms milliseconds passed.
+    static bool waitFor(const std::function<bool()>& condition, int ms = 2000);
     /// Runs the event loop for @p ms milliseconds: layouts, timers and paints settle.
     static void settle(int ms = 150);
 
@@ -31,6 +35,7 @@ private:
     QString m_language;
     bool m_dark;
     QString m_scratch;
+    QString m_skipReason;
     QList<QPointer<QObject>> m_kept;
 };
 

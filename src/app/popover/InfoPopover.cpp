@@ -4,6 +4,7 @@
 #include "app/popover/Popover.h"
 #include "app/style/Icons.h"
 #include "app/util/ExternalOpen.h"
+#include "controls/ControlStyle.h"
 #include "controls/KVButton.h"
 #include "controls/KVLinkButton.h"
 #include "controls/KVTessaryProgress.h"
@@ -73,13 +74,17 @@ void InfoPopover::buildLayout()
     layout->addWidget(title);
 
     auto* grid = new QGridLayout;
-    grid->setHorizontalSpacing(10);
+    // The link's text sits inside room for its focus ring: the column's other
+    // texts move in by as much, so every line of the column starts at one edge.
+    const int inset = KVLinkButton::textInset();
+    grid->setHorizontalSpacing(10 - inset);
     grid->setVerticalSpacing(8);
     grid->setColumnStretch(1, 1);
 
     m_path = new QLabel(this);
     m_path->setObjectName(QStringLiteral("packagePath"));
     m_path->setWordWrap(true);
+    m_path->setContentsMargins(inset, 0, 0, 0);
     Localizer::markAsData(m_path);
     m_reveal = new KVLinkButton(QStringLiteral("INFO_SHOW_IN_FOLDER"), this);
     auto* pathBox = new QVBoxLayout;
@@ -104,14 +109,24 @@ void InfoPopover::buildLayout()
     stateRow->addWidget(m_stateIcon, 0, Qt::AlignTop);
     stateRow->addWidget(m_state, 1);
     m_progress = new KVTessaryProgress(this);
+    // A validation is not stopped from here (closing lets it finish): no Cancel beside the bar.
+    m_progress->setCancelVisible(false);
     m_progress->setVisible(false);
     m_failLog = new KVButton(QStringLiteral("INFO_OPEN_INTEGRITY_LOG"), this);
     m_failLog->setVisible(false);
+    auto* stateLines = new QVBoxLayout;
+    stateLines->setContentsMargins(inset, 0, 0, 0);
+    stateLines->setSpacing(6);
+    stateLines->addLayout(stateRow);
+    stateLines->addWidget(m_progress);
+    // The button's frame, not its focus ring, lines up with the texts above.
+    auto* failLogRow = new QHBoxLayout;
+    failLogRow->setContentsMargins(qMax(0, inset - ControlStyle::focusMargin), 0, 0, 0);
+    failLogRow->addWidget(m_failLog, 0, Qt::AlignLeft);
     auto* stateBox = new QVBoxLayout;
     stateBox->setSpacing(6);
-    stateBox->addLayout(stateRow);
-    stateBox->addWidget(m_progress);
-    stateBox->addWidget(m_failLog, 0, Qt::AlignLeft);
+    stateBox->addLayout(stateLines);
+    stateBox->addLayout(failLogRow);
     grid->addWidget(headingLabel("INFO_INTEGRITY", this), 1, 0);
     grid->addLayout(stateBox, 1, 1);
     layout->addLayout(grid);

@@ -1,10 +1,10 @@
 #include "app/style/ThemeManager.h"
 
 #include "app/style/AppFonts.h"
+#include "app/style/ArchiveStyle.h"
 #include "app/style/DesktopColorScheme.h"
 
 #include <QApplication>
-#include <QStyleFactory>
 #include <QWidget>
 
 namespace {
@@ -52,8 +52,8 @@ void ThemeManager::apply()
         connect(m_desktop, &DesktopColorScheme::preferenceChanged, this, &ThemeManager::update);
     }
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) && !m_applied) {
-        if (QStyle* fusion = QStyleFactory::create(QStringLiteral("Fusion")))
-            QApplication::setStyle(fusion);
+        // Fusion, with check boxes and radio buttons outlined visibly on a dark window.
+        QApplication::setStyle(new ArchiveStyle);
     }
     m_applied = true;
     update();

@@ -3,6 +3,8 @@
 #include <QAbstractButton>
 #include <QPushButton>
 #include <QApplication>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QPointer>
 #include <QQueue>
 #include <QTimer>
@@ -53,6 +55,15 @@ QMessageBox* MessageBox::build(QWidget* parent, Icon icon, const QString& title,
     box->setTextFormat(Qt::PlainText);
     // The window title stays empty: the alert's title is its first line.
     box->setWindowTitle(QString());
+    // QMessageBox wraps a long text into a narrow column of many short lines;
+    // about fifty characters a line read better (a short text keeps its own width).
+    if (auto* label = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
+        const QFontMetrics metrics(label->font());
+        int widest = 0;
+        for (const QString& line : informativeText.split(QLatin1Char('\n')))
+            widest = qMax(widest, metrics.horizontalAdvance(line) + 1);
+        label->setMinimumWidth(qMin(widest, metrics.averageCharWidth() * 50));
+    }
     QList<QAbstractButton*> made;
     for (qsizetype i = 0; i < buttons.size(); ++i) {
         // The first button answers Return; the others sit to its left.

@@ -90,7 +90,7 @@ QWidget* MainViewLayout::buildDocumentsPage(Document* document, DocumentListMode
     header->setSectionResizeMode(DocumentListModel::TitleColumn, QHeaderView::Stretch);
     header->setSectionResizeMode(DocumentListModel::ColorTagColumn, QHeaderView::Fixed);
     header->setSectionResizeMode(DocumentListModel::LockColumn, QHeaderView::Fixed);
-    const int columnWidths[] = { 240, 90, 110, 120, 80, 140, 28, 28 };
+    const int columnWidths[] = { 240, 90, 110, 160, 80, 140, 28, 28 };
     for (int column = 0; column < DocumentListModel::ColumnCount; ++column)
         header->resizeSection(column, columnWidths[column]);
     Localizer::setAccessibleKeys(documentsView, QStringLiteral("DOCUMENTS_LIST"));
