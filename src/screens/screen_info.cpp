@@ -16,6 +16,7 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QPointer>
 #include <QLabel>
 #include <QThread>
 #include <atomic>
@@ -43,12 +44,15 @@ QWidget* verdict(InfoPopover* popover)
     if (!popover)
         return nullptr;
     const QString validating = localizedString(QStringLiteral("INTEGRITY_STRING_VALIDATING"));
+    // A transient popover closes (and goes) when another window takes the focus.
+    const QPointer<InfoPopover> shown(popover);
     ScreenContext::waitFor(
-        [popover, validating] {
-            return !popover->validator()->isValidating() && popover->stateLabel()->text() != validating;
+        [shown, validating] {
+            return !shown || !shown->validator()
+                || (!shown->validator()->isValidating() && shown->stateLabel()->text() != validating);
         },
         20000);
-    return popover->window();
+    return shown ? shown->window() : nullptr;
 }
 
 /// Lets a held validation go on once the picture is taken (deleted with the context).

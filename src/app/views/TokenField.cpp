@@ -1,5 +1,7 @@
 #include "app/views/TokenField.h"
 
+#include "app/i18n/Localizer.h"
+
 #include "output/CompletionAids.h"
 
 #include <QCompleter>
@@ -235,6 +237,7 @@ void TokenField::rebuildTokens()
     for (int i = 0; i < m_tags.size(); ++i) {
         auto* token = new TokenChip(m_tags.at(i), !m_readOnly, [this, i] { removeTag(i); }, this);
         token->setObjectName(QStringLiteral("token"));
+        Localizer::markAsData(token); // a tag is the user's word, never a key
         flow->addWidget(token);
         m_tokenWidgets.append(token);
     }
