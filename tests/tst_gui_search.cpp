@@ -144,8 +144,8 @@ private Q_SLOTS:
         QTest::newRow("one word") << "miete" << -1 << 0 << ""
                                   << QStringList { "Kontoauszug", "Mietvertrag", "Invoice Mueller", "Rechnung Müller" };
         QTest::newRow("diacritics ignored") << "MULLER" << -1 << 0 << "" << QStringList { "Rechnung Müller" };
-        QTest::newRow("every word somewhere") << "miete mai" << -1 << 0 << ""
-                                              << QStringList { "Mietvertrag", "Invoice Mueller" };
+        QTest::newRow("every word somewhere")
+            << "miete mai" << -1 << 0 << "" << QStringList { "Mietvertrag", "Invoice Mueller" };
         QTest::newRow("note only as phrase") << "mai  miete" << -1 << 0 << "" << QStringList { "Mietvertrag" };
         QTest::newRow("period") << "" << 1 << 3 << ""
                                 << QStringList { "Mietvertrag", "Quittung Bäckerei", "Invoice Mueller" };
@@ -154,8 +154,7 @@ private Q_SLOTS:
         QTest::newRow("period ending before it starts") << "" << 5 << 2 << "" << QStringList();
         QTest::newRow("kind") << "" << -1 << 0 << "PDF document"
                               << QStringList { "Kontoauszug", "Invoice Mueller", "Rechnung Müller" };
-        QTest::newRow("kind as wildcard") << "" << -1 << 0 << "Image*"
-                                          << QStringList { "Zinsen", "Scan 0815" };
+        QTest::newRow("kind as wildcard") << "" << -1 << 0 << "Image*" << QStringList { "Zinsen", "Scan 0815" };
         QTest::newRow("all three") << "miete" << 0 << 20 << "PDF document"
                                    << QStringList { "Kontoauszug", "Invoice Mueller", "Rechnung Müller" };
         QTest::newRow("regex and wildcard characters") << ".*?[x]" << -1 << 0 << "" << QStringList { "Zinsen" };
@@ -193,8 +192,12 @@ private Q_SLOTS:
         }
         QCOMPARE(titles(popover->model()->hits()), engineTitles(*popover));
         QCOMPARE(titles(popover->model()->hits()), hits);
+        const QString status = popover->findChild<QLabel*>("searchStatus")->text();
         if (fromDay > toDay)
-            QCOMPARE(popover->findChild<QLabel*>("searchStatus")->text(), text("SEARCH_PERIOD_REVERSED"));
+            QCOMPARE(status, text("SEARCH_PERIOD_REVERSED"));
+        else // "1 hit", "2 hits"
+            QCOMPARE(status,
+                QStringLiteral("%1 %2").arg(hits.size()).arg(text(hits.size() == 1 ? "SEARCH_HIT" : "SEARCH_HITS")));
     }
 
     void hitsShowWhereTheWordsAre()
@@ -215,7 +218,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("pasted");
         QTest::newRow("10,000 characters") << QString(10000, QLatin1Char('m'));
         QTest::newRow("5,000 words") << QStringLiteral("miete ").repeated(5000);
-        QTest::newRow("unpaired surrogates") << QStringLiteral("Mi") + QChar(0xD800) + QStringLiteral("ete") + QChar(0xDC00);
+        QTest::newRow("unpaired surrogates")
+            << QStringLiteral("Mi") + QChar(0xD800) + QStringLiteral("ete") + QChar(0xDC00);
     }
     void longAndBrokenTextsStayAnswered()
     {

@@ -164,8 +164,8 @@ void SearchPopover::buildLayout()
             updateStatus();
         }
     });
-    connect(m_results->selectionModel(), &QItemSelectionModel::currentChanged, this,
-        [this](const QModelIndex& current) {
+    connect(
+        m_results->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& current) {
             if (!m_updatingControls)
                 m_selected = m_model->documentAt(current.row());
         });
@@ -286,8 +286,9 @@ void SearchPopover::updateStatus()
         m_status->setText(localizedString(QStringLiteral("SEARCH_PERIOD_REVERSED")));
         return;
     }
-    m_status->setText(
-        QStringLiteral("%1 %2").arg(m_model->rowCount()).arg(localizedString(QStringLiteral("SEARCH_HITS"))));
+    const int hits = m_model->rowCount();
+    m_status->setText(QStringLiteral("%1 %2").arg(hits).arg(
+        localizedString(hits == 1 ? QStringLiteral("SEARCH_HIT") : QStringLiteral("SEARCH_HITS"))));
 }
 
 void SearchPopover::selectSearchResult()
