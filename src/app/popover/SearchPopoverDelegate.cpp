@@ -1,8 +1,8 @@
 #include "app/popover/SearchPopoverDelegate.h"
 
 #include "app/models/SearchHitModel.h"
+#include "app/views/ListGlyphs.h"
 
-#include <QApplication>
 #include <QPainter>
 #include <QTextLayout>
 
@@ -58,13 +58,9 @@ QSize SearchPopoverDelegate::sizeHint(const QStyleOptionViewItem& option, const 
 
 void SearchPopoverDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
-    QStyleOptionViewItem background = option;
-    initStyleOption(&background, index);
-    background.text.clear();
-    background.icon = QIcon();
-    const QWidget* widget = option.widget;
-    QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    QStyleOptionViewItem item = option;
+    initStyleOption(&item, index);
+    ListGlyphs::paintRowBackground(painter, item);
 
     const bool selected = option.state & QStyle::State_Selected;
     const QPalette& palette = option.palette;
@@ -134,7 +130,8 @@ void SearchPopoverDelegate::drawMarkedLine(QPainter* painter, const QRect& rect,
         const int markEnd = metrics.horizontalAdvance(text.left(first.x() + first.y()));
         if (markEnd > room * 4 / 5) {
             int cut = first.x();
-            while (cut > 0 && metrics.horizontalAdvance(text.mid(cut - 1, first.x() + first.y() - cut + 1)) < room * 3 / 5)
+            while (
+                cut > 0 && metrics.horizontalAdvance(text.mid(cut - 1, first.x() + first.y() - cut + 1)) < room * 3 / 5)
                 --cut;
             if (cut > 0 && text.at(cut).isLowSurrogate())
                 --cut;

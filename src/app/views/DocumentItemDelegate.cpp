@@ -4,7 +4,6 @@
 #include "app/views/ListGlyphs.h"
 #include "controls/ColorTagDot.h"
 
-#include <QApplication>
 #include <QPainter>
 
 QSize DocumentItemDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -27,18 +26,12 @@ void DocumentItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
         QStyledItemDelegate::paint(painter, option, index);
         return;
     }
-    QStyleOptionViewItem background = option;
-    initStyleOption(&background, index);
-    background.text.clear();
-    background.icon = QIcon();
-    const QWidget* widget = option.widget;
-    QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    QStyleOptionViewItem item = option;
+    initStyleOption(&item, index);
+    ListGlyphs::paintRowBackground(painter, item);
 
     const bool selected = option.state & QStyle::State_Selected;
-    const QColor textColor = option.palette.color(
-        option.state & QStyle::State_Active ? QPalette::Active : QPalette::Inactive,
-        selected ? QPalette::HighlightedText : QPalette::Text);
+    const QColor textColor = ListGlyphs::rowTextColor(option);
     const QRectF rect = QRectF(option.rect).adjusted(4, 0, -4, 0);
     painter->save();
     switch (column) {
@@ -64,7 +57,8 @@ void DocumentItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
     }
     case DocumentListModel::TagsColumn:
         painter->setFont(option.font);
-        ListGlyphs::paintTokens(painter, rect, index.data(DocumentListModel::TagsRole).toStringList(), option.palette, selected);
+        ListGlyphs::paintTokens(
+            painter, rect, index.data(DocumentListModel::TagsRole).toStringList(), option.palette, selected);
         break;
     case DocumentListModel::ColorTagColumn:
         ColorTagDot::paintDot(painter, QRectF(rect.center().x() - 5, rect.center().y() - 5, 10, 10),
@@ -72,7 +66,8 @@ void DocumentItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
         break;
     case DocumentListModel::LockColumn:
         if (index.data(DocumentListModel::LockedRole).toBool())
-            ListGlyphs::paintIcon(painter, QRectF(rect.center().x() - 7, rect.center().y() - 7, 14, 14), QStringLiteral("lock"), selected);
+            ListGlyphs::paintIcon(painter, QRectF(rect.center().x() - 7, rect.center().y() - 7, 14, 14),
+                QStringLiteral("lock"), selected);
         break;
     }
     painter->restore();

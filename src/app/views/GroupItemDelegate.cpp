@@ -5,7 +5,6 @@
 #include "controls/BadgeField.h"
 #include "controls/ColorTagDot.h"
 
-#include <QApplication>
 #include <QLocale>
 #include <QPainter>
 
@@ -22,18 +21,12 @@ QSize GroupItemDelegate::sizeHint(const QStyleOptionViewItem& option, const QMod
 
 void GroupItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
-    QStyleOptionViewItem background = option;
-    initStyleOption(&background, index);
-    background.text.clear();
-    background.icon = QIcon();
-    const QWidget* widget = option.widget;
-    QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    QStyleOptionViewItem item = option;
+    initStyleOption(&item, index);
+    ListGlyphs::paintRowBackground(painter, item);
 
     const bool selected = option.state & QStyle::State_Selected;
-    const QColor textColor = option.palette.color(
-        option.state & QStyle::State_Active ? QPalette::Active : QPalette::Inactive,
-        selected ? QPalette::HighlightedText : QPalette::Text);
+    const QColor textColor = ListGlyphs::rowTextColor(option);
     QRectF rect = QRectF(option.rect).adjusted(margin, 0, -margin, 0);
 
     painter->save();
@@ -47,12 +40,14 @@ void GroupItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     BadgeField::paintBadge(painter, rect.toAlignedRect(), count, row);
     rect.setRight(rect.right() - BadgeField::badgeSize(count, option.font).width() - 6);
     if (index.data(GroupListModel::LockedRole).toBool()) {
-        ListGlyphs::paintIcon(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
+        ListGlyphs::paintIcon(painter,
+            QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
             QStringLiteral("lock"), selected);
         rect.setRight(rect.right() - markSide - 4);
     }
     if (index.data(GroupListModel::MonitoredRole).toBool()) {
-        ListGlyphs::paintIcon(painter, QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
+        ListGlyphs::paintIcon(painter,
+            QRectF(rect.right() - markSide, rect.center().y() - markSide / 2.0, markSide, markSide),
             QStringLiteral("folder"), selected);
         rect.setRight(rect.right() - markSide - 4);
     }

@@ -2,18 +2,36 @@
 
 #include "app/style/Icons.h"
 
+#include <QApplication>
 #include <QFontMetricsF>
 #include <QIcon>
 #include <QPainter>
 #include <QPalette>
+#include <QStyle>
 
 namespace ListGlyphs {
 
 void paintIcon(QPainter* painter, const QRectF& rect, const QString& name, bool selected)
 {
     const qreal side = qMin(rect.width(), rect.height());
-    const QRect square(qRound(rect.center().x() - side / 2), qRound(rect.center().y() - side / 2), qRound(side), qRound(side));
+    const QRect square(
+        qRound(rect.center().x() - side / 2), qRound(rect.center().y() - side / 2), qRound(side), qRound(side));
     Icons::icon(name).paint(painter, square, Qt::AlignCenter, selected ? QIcon::Selected : QIcon::Normal);
+}
+
+void paintRowBackground(QPainter* painter, QStyleOptionViewItem row)
+{
+    row.text.clear();
+    row.icon = QIcon();
+    const QWidget* widget = row.widget;
+    QStyle* style = widget ? widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &row, painter, widget);
+}
+
+QColor rowTextColor(const QStyleOptionViewItem& option)
+{
+    return option.palette.color(option.state & QStyle::State_Active ? QPalette::Active : QPalette::Inactive,
+        option.state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text);
 }
 
 QPalette rowPalette(const QPalette& palette, bool selected)
