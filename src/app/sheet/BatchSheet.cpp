@@ -29,13 +29,7 @@ BatchSheet::BatchSheet(QWidget* window, const QString& title, const BatchIntake:
     setObjectName(QStringLiteral("addBatchDocumentsSheet"));
     setWindowTitle(title);
     auto* layout = new QVBoxLayout(this);
-    auto* heading = new QLabel(title, this);
-    Localizer::markAsData(heading);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    headingFont.setPointSizeF(headingFont.pointSizeF() * 1.15);
-    heading->setFont(headingFont);
-    layout->addWidget(heading);
+    Localizer::markAsData(addHeading(layout, title));
 
     auto* form = new QFormLayout;
     m_color->setCurrentTag(int(values.colorTagBatchDocuments.toInteger()));
@@ -78,14 +72,7 @@ BatchSheet::BatchSheet(QWidget* window, const QString& title, const BatchIntake:
         layout->addWidget(note);
     }
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    m_ok->setDefault(true);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_ok);
-    layout->addLayout(buttons);
-    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
+    addButtons(layout, m_cancel, m_ok);
     Localizer::setAccessibleKeys(m_comment, QStringLiteral("COMMENT_LABEL"));
     Localizer::setAccessibleKeys(m_tags, QStringLiteral("TAGS_LABEL"));
     Localizer::setAccessibleKeys(m_number, QStringLiteral("VOUCHER_START_LABEL"));

@@ -26,12 +26,7 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     setObjectName(QStringLiteral("addDocumentSheet"));
     setWindowTitle(isNewRecord ? QStringLiteral("DOCUMENT_SHEET_NEW") : QStringLiteral("DOCUMENT_SHEET_EDIT"));
     auto* layout = new QVBoxLayout(this);
-    auto* heading = new QLabel(windowTitle(), this);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    headingFont.setPointSizeF(headingFont.pointSizeF() * 1.15);
-    heading->setFont(headingFont);
-    layout->addWidget(heading);
+    addHeading(layout, windowTitle());
 
     auto* body = new QHBoxLayout;
     auto* preview = new QLabel(this);
@@ -66,16 +61,9 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     body->addLayout(form, 1);
     layout->addLayout(body);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
     m_cancel->setObjectName(QStringLiteral("documentCancelButton"));
     m_cancel->setVisible(isNewRecord);
-    m_ok->setDefault(true);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_ok);
-    layout->addLayout(buttons);
-    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
+    addButtons(layout, m_cancel, m_ok);
     Localizer::markAsData(m_title);
     Localizer::markAsData(m_voucher);
     Localizer::setAccessibleKeys(m_title, QStringLiteral("DOCUMENT_TITLE_LABEL"));

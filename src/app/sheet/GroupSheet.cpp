@@ -30,12 +30,7 @@ GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
     setObjectName(QStringLiteral("addGroupSheet"));
     setWindowTitle(isNewGroup ? QStringLiteral("GROUP_SHEET_NEW") : QStringLiteral("GROUP_SHEET_EDIT"));
     auto* layout = new QVBoxLayout(this);
-    auto* heading = new QLabel(windowTitle(), this);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    headingFont.setPointSizeF(headingFont.pointSizeF() * 1.15);
-    heading->setFont(headingFont);
-    layout->addWidget(heading);
+    addHeading(layout, windowTitle());
 
     auto* form = new QFormLayout;
     m_title->setText(group->groupTitle());
@@ -60,18 +55,11 @@ GroupSheet::GroupSheet(QWidget* window, const GroupPtr& group, bool isNewGroup)
     form->addRow(QString(), folderRow);
     layout->addLayout(form);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
     m_cancel->setObjectName(QStringLiteral("groupCancelButton"));
     m_cancel->setVisible(isNewGroup);
-    m_ok->setDefault(true);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_ok);
-    layout->addLayout(buttons);
+    addButtons(layout, m_cancel, m_ok);
 
     showMonitoring();
-    connect(m_ok, &KVButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &KVButton::clicked, this, &QDialog::reject);
     connect(m_monitored, &QCheckBox::clicked, this, &GroupSheet::monitoringToggled);
     connect(m_changeFolder, &KVButton::clicked, this, &GroupSheet::changeFolderRequested);
     Localizer::markAsData(m_title);
