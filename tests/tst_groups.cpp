@@ -342,7 +342,6 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(path + "/Files/" + freeID));
         QCOMPARE(runCli({ "group", path, "delete", "Taxes 2024" }).exitCode, 0);
         QCOMPARE(runCli({ "group", path, "delete", "Nowhere" }).exitCode, 2);
-        QCOMPARE(runCli({ "group", "--help" }).exitCode, 0);
         reopened = ArchiveFixture::reopen(path);
         QCOMPARE(reopened->allGroups().size(), qsizetype(1));
         QCOMPARE(reopened->allGroups().first()->groupTitle(), QStringLiteral("Held"));
