@@ -215,18 +215,6 @@ private Q_SLOTS:
         QCOMPARE(partial, ids(own.arrangedObjects()));
         qInfo("decided in %d steps", steps);
     }
-
-    void searchKeepsFindingEditedTextWithItsOwnIndex()
-    {
-        DocumentSearch search;
-        search.resetArrayAndFilter(*m_archive);
-        const DocumentPtr edited = m_archive->allDocuments().at(3);
-        edited->setField(QuillarcDocument::Comment, Value::string(QStringLiteral("Xylophon")));
-        search.refreshDocument(edited);
-        search.setSearchText(QStringLiteral("xylophon"));
-        search.searchDocuments();
-        QCOMPARE(ids(search.arrangedObjects()), QStringList { edited->uniqueID() });
-    }
 };
 
 QTEST_GUILESS_MAIN(TestArchiveSearchIndex)

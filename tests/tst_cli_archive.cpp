@@ -22,7 +22,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("command");
         for (const char* command :
-            { "new", "info", "dump", "validate", "log", "extract", "preview", "export", "log-report" })
+            { "new", "info", "dump", "validate", "log", "extract", "preview", "export", "log-report", "group", "scan",
+                "scanners", "scan-folders" })
             QTest::newRow(command) << QString::fromLatin1(command);
     }
     void everyCommandExplainsItself()

@@ -252,31 +252,42 @@ private Q_SLOTS:
         QCOMPARE(TextRecognizer::languageForKind(kind), language);
     }
 
-    // "refusesSize": the image's header is refused before decoding (it would need gigabytes).
-    void unreadableInputGivesEmptyText_data()
+    // Files that are not PDFs or images go to the text readers by their extension; "refusesSize": the image's
+    // header is refused before decoding (it would need gigabytes).
+    void otherAndUnreadableInput_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("reportsNoBitmap");
         QTest::addColumn<bool>("refusesSize");
         const QByteArray junk(
             "%PDF-1.4\n1 0 obj << /Type /Catalog /Pages 9 0 R >> endobj\ntrailer << /Root 1 0 R >>\n");
         const QByteArray words("Plain words");
+        const QByteArray mail("Subject: Invoice\n\nBody");
         // clang-format off
-        QTest::newRow("empty pdf")         << "empty.pdf"   << QByteArray()                      << false << false;
-        QTest::newRow("damaged pdf")       << "damaged.pdf" << junk                              << false << false;
-        QTest::newRow("empty png")         << "empty.png"   << QByteArray()                      << true  << false;
-        QTest::newRow("text named jpg")    << "note.jpg"    << QByteArray("not a picture")       << true  << false;
-        QTest::newRow("png 100000 square") << "huge.png"    << pngHeaderClaiming(100000, 100000) << true  << true;
-        QTest::newRow("heic that is not")  << "fake.heic"   << QByteArray("ftypheic")            << true  << false;
-        QTest::newRow("unknown extension") << "data.xyz"    << words                             << false << false;
-        QTest::newRow("no extension")      << "README"      << words                             << false << false;
+        QTest::newRow("txt")               << "reader.txt"  << QStringLiteral("Grüße\r\nline two").toUtf8()
+                                           << "Grüße\r\nline two"                           << false << false;
+        QTest::newRow("eml")               << "reader.eml"  << mail                         << QString(mail) << false << false;
+        QTest::newRow("html")              << "reader.html" << QByteArray("<html><p>Hello <b>web</b></p></html>")
+                                           << "Hello web"                                   << false << false;
+        QTest::newRow("TXT")               << "reader.TXT"  << QByteArray("upper-case extensions are not read")
+                                           << ""                                            << false << false;
+        QTest::newRow("empty pdf")         << "empty.pdf"   << QByteArray()                      << "" << false << false;
+        QTest::newRow("damaged pdf")       << "damaged.pdf" << junk                              << "" << false << false;
+        QTest::newRow("empty png")         << "empty.png"   << QByteArray()                      << "" << true  << false;
+        QTest::newRow("text named jpg")    << "note.jpg"    << QByteArray("not a picture")       << "" << true  << false;
+        QTest::newRow("png 100000 square") << "huge.png"    << pngHeaderClaiming(100000, 100000) << "" << true  << true;
+        QTest::newRow("heic that is not")  << "fake.heic"   << QByteArray("ftypheic")            << "" << true  << false;
+        QTest::newRow("unknown extension") << "data.xyz"    << words                             << "" << false << false;
+        QTest::newRow("no extension")      << "README"      << words                             << "" << false << false;
         // clang-format on
     }
-    void unreadableInputGivesEmptyText()
+    void otherAndUnreadableInput()
     {
         QFETCH(QString, name);
         QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
         QFETCH(bool, reportsNoBitmap);
         QFETCH(bool, refusesSize);
         QVERIFY(writeFile(path(name), bytes));
@@ -284,29 +295,7 @@ private Q_SLOTS:
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^SKIP IMAGE ") + name));
         if (reportsNoBitmap)
             QTest::ignoreMessage(QtWarningMsg, "NO VALID IMAGE FOR TEXT RECOGNITION");
-        QCOMPARE(contenStringFromURL(path(name), QFileInfo(name).suffix(), {}), QString());
-    }
-
-    void readerExtensionsGoToTheirReaders_data()
-    {
-        QTest::addColumn<QString>("extension");
-        QTest::addColumn<QString>("content");
-        QTest::addColumn<QString>("text");
-        // clang-format off
-        QTest::newRow("txt")  << "txt"  << "Grüße\r\nline two"                    << "Grüße\r\nline two";
-        QTest::newRow("eml")  << "eml"  << "Subject: Invoice\n\nBody"             << "Subject: Invoice\n\nBody";
-        QTest::newRow("html") << "html" << "<html><p>Hello <b>web</b></p></html>" << "Hello web";
-        QTest::newRow("TXT")  << "TXT"  << "upper-case extensions are not read"   << "";
-        // clang-format on
-    }
-    void readerExtensionsGoToTheirReaders()
-    {
-        QFETCH(QString, extension);
-        QFETCH(QString, content);
-        QFETCH(QString, text);
-        const QString file = path(QStringLiteral("reader.") + extension);
-        QVERIFY(writeFile(file, content.toUtf8()));
-        QCOMPARE(contenStringFromURL(file, extension, {}), text);
+        QCOMPARE(contenStringFromURL(path(name), QFileInfo(name).suffix(), {}), text);
     }
 };
 

@@ -33,19 +33,18 @@ private Q_SLOTS:
 
     void movesGroupRows_data()
     {
-        QTest::addColumn<QList<qsizetype>>("rows");
+        using Rows = QList<qsizetype>;
+        QTest::addColumn<Rows>("rows");
         QTest::addColumn<qsizetype>("dropRow");
         QTest::addColumn<QString>("order");
-        QTest::addColumn<QList<qsizetype>>("newRows");
-        QTest::newRow("rows 1 and 2 to 4")
-            << QList<qsizetype> { 1, 2 } << qsizetype(4) << "A D B C E" << QList<qsizetype> { 2, 3 };
-        QTest::newRow("last to the top") << QList<qsizetype> { 4 } << qsizetype(0) << "E A B C D"
-                                         << QList<qsizetype> { 0 };
-        QTest::newRow("onto itself") << QList<qsizetype> { 2 } << qsizetype(2) << "A B C D E" << QList<qsizetype> { 2 };
-        QTest::newRow("negative row is 0")
-            << QList<qsizetype> { 3 } << qsizetype(-5) << "D A B C E" << QList<qsizetype> { 0 };
-        QTest::newRow("past the end") << QList<qsizetype> { 0 } << qsizetype(99) << "B C D E A"
-                                      << QList<qsizetype> { 4 };
+        QTest::addColumn<Rows>("newRows");
+        // clang-format off
+        QTest::newRow("rows 1 and 2 to 4") << Rows { 1, 2 } << qsizetype(4)  << "A D B C E" << Rows { 2, 3 };
+        QTest::newRow("last to the top")   << Rows { 4 }    << qsizetype(0)  << "E A B C D" << Rows { 0 };
+        QTest::newRow("onto itself")       << Rows { 2 }    << qsizetype(2)  << "A B C D E" << Rows { 2 };
+        QTest::newRow("negative row is 0") << Rows { 3 }    << qsizetype(-5) << "D A B C E" << Rows { 0 };
+        QTest::newRow("past the end")      << Rows { 0 }    << qsizetype(99) << "B C D E A" << Rows { 4 };
+        // clang-format on
     }
 
     void movesGroupRows()

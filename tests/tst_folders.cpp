@@ -397,7 +397,6 @@ private Q_SLOTS:
         reopened = ArchiveFixture::reopen(path);
         QVERIFY(reopened->container()->folderGroupsArray().isEmpty());
         QCOMPARE(reopened->allGroups().first()->folderPath(), QString(""));
-        QCOMPARE(runCli({ "scan-folders", "--help" }).exitCode, 0);
         QCOMPARE(runCli({ "monitor", path, "--group", "X" }).exitCode, 2);
     }
 };

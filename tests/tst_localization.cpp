@@ -97,29 +97,20 @@ private Q_SLOTS:
         QTest::newRow("four whole")  << "sr-Latn-RS-x" << "sr-Latn-RS-x" << "Unknown";
         QTest::newRow("empty")       << ""             << ""             << "Unknown";
         QTest::newRow("other name")  << "Japanese"     << "Japanese"     << "Unknown";
-        QTest::newRow("de")          << "de"           << "de"           << "German";
-        QTest::newRow("en")          << "en"           << "en"           << "English";
-        QTest::newRow("nl")          << "nl"           << "nl"           << "Dutch";
-        QTest::newRow("fr")          << "fr"           << "fr"           << "French";
-        QTest::newRow("es")          << "es"           << "es"           << "Spanish";
-        QTest::newRow("it")          << "it"           << "it"           << "Italian";
-        QTest::newRow("da")          << "da"           << "da"           << "Danish";
-        QTest::newRow("sv")          << "sv"           << "sv"           << "Unknown";
-        QTest::newRow("pt")          << "pt"           << "pt"           << "Unknown";
-        QTest::newRow("fi")          << "fi"           << "fi"           << "Unknown";
-        QTest::newRow("nb")          << "nb"           << "nb"           << "Unknown";
-        QTest::newRow("German")      << "German"       << "de"           << "Unknown";
-        QTest::newRow("English")     << "English"      << "en"           << "Unknown";
-        QTest::newRow("Dutch")       << "Dutch"        << "nl"           << "Unknown";
-        QTest::newRow("French")      << "French"       << "fr"           << "Unknown";
-        QTest::newRow("Spanish")     << "Spanish"      << "es"           << "Unknown";
-        QTest::newRow("Italian")     << "Italian"      << "it"           << "Unknown";
-        QTest::newRow("Danish")      << "Danish"       << "da"           << "Unknown";
-        QTest::newRow("Swedish")     << "Swedish"      << "sv"           << "sv";
-        QTest::newRow("Portuguese")  << "Portuguese"   << "pt"           << "pt";
-        QTest::newRow("Finnish")     << "Finnish"      << "fi"           << "fi";
-        QTest::newRow("Norwegian")   << "Norwegian"    << "nb"           << "nb";
         // clang-format on
+        // Languages with a table column of their own have a full name; the others reduce to their code only.
+        const QList<std::pair<const char*, const char*>> carried = { { "de", "German" }, { "en", "English" },
+            { "nl", "Dutch" }, { "fr", "French" }, { "es", "Spanish" }, { "it", "Italian" }, { "da", "Danish" } };
+        for (const auto& [code, name] : carried) {
+            QTest::newRow(code) << code << code << name;
+            QTest::newRow(name) << name << code << "Unknown";
+        }
+        const QList<std::pair<const char*, const char*>> codeOnly
+            = { { "sv", "Swedish" }, { "pt", "Portuguese" }, { "fi", "Finnish" }, { "nb", "Norwegian" } };
+        for (const auto& [code, name] : codeOnly) {
+            QTest::newRow(code) << code << code << "Unknown";
+            QTest::newRow(name) << name << code << code;
+        }
     }
     void languageNames()
     {

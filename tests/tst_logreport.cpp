@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QRegularExpression>
 #include <QTest>
-#include <poppler-qt6.h>
 
 namespace {
 /// The valid and corrupted marks in the order they appear.

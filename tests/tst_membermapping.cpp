@@ -105,9 +105,11 @@ private Q_SLOTS:
         const QByteArray member = PackageMember::encode(data, "png", "icon");
         const QString salt = Fingerprint::salt();
         const QString fingerprint = Fingerprint::saltedFingerprint(data, salt);
+        const auto check = [&] {
+            return IntegrityValidator::checkMember(QFileInfo(path).path(), QFileInfo(path).fileName(), fingerprint, salt);
+        };
         QVERIFY(writeFile(path, member));
-        QCOMPARE(IntegrityValidator::checkMember(QFileInfo(path).path(), QFileInfo(path).fileName(), fingerprint, salt),
-            IntegrityValidator::MemberState::Intact);
+        QCOMPARE(check(), IntegrityValidator::MemberState::Intact);
 
         std::atomic<bool> done { false };
         std::thread writer([&] {
@@ -136,15 +138,13 @@ private Q_SLOTS:
                 PackageMember::read(path);
         });
         for (int i = 0; i < 20; ++i)
-            seen.append(
-                IntegrityValidator::checkMember(QFileInfo(path).path(), QFileInfo(path).fileName(), fingerprint, salt));
+            seen.append(check());
         reader.join();
         done = true;
         writer.join();
         QCOMPARE(seen.size(), 20);
         QVERIFY(writeFile(path, member));
-        QCOMPARE(IntegrityValidator::checkMember(QFileInfo(path).path(), QFileInfo(path).fileName(), fingerprint, salt),
-            IntegrityValidator::MemberState::Intact);
+        QCOMPARE(check(), IntegrityValidator::MemberState::Intact);
     }
 
     /// A 4 GB member (a sparse file, so the test costs no disk) whose archive

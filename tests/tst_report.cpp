@@ -1,3 +1,4 @@
+#include "PdfPages.h"
 #include "report/PrinterDocument.h"
 #include "report/PrinterFont.h"
 #include "report/PrinterImageItem.h"
@@ -5,7 +6,6 @@
 #include "report/PrinterProgress.h"
 #include "report/PrinterTextView.h"
 
-#include <QElapsedTimer>
 #include <QImage>
 #include <QRegularExpression>
 #include <QTest>
@@ -76,18 +76,6 @@ std::unique_ptr<Poppler::Document> load(const QByteArray& pdf)
     if (!document || document->isLocked())
         return nullptr;
     return document;
-}
-
-QStringList pageTexts(const QByteArray& pdf)
-{
-    QStringList texts;
-    std::unique_ptr<Poppler::Document> document = load(pdf);
-    if (!document)
-        return texts;
-    // Compatibility form: the text keeps its typographic ligatures ("ffi" is one glyph).
-    for (int i = 0; i < document->numPages(); ++i)
-        texts << document->page(i)->text(QRectF()).normalized(QString::NormalizationForm_KC);
-    return texts;
 }
 
 /// Top edges of the item views on a page without header and footer.
@@ -268,10 +256,7 @@ private Q_SLOTS:
             lines << QStringLiteral("Word%1").arg(i, 4, 10, QLatin1Char('0'));
         auto document = report({ textItem(QStringLiteral("Before")), textItem(lines.join(separator), size, 30),
             textItem(QStringLiteral("After")) });
-        QElapsedTimer timer;
-        timer.start();
         const QStringList texts = pageTexts(document->plainPDFDocument());
-        QVERIFY(timer.elapsed() < 30000);
         QVERIFY2(texts.size() >= minimumPages, qPrintable(QString::number(texts.size())));
         // Every word appears exactly once: nothing lost, nothing repeated at page ends.
         const QString all = texts.join(u'\n');
@@ -338,9 +323,7 @@ private Q_SLOTS:
         document->setFooterView(footer(QStringLiteral("<pageNumber/>/<pageCount/>")));
         const QByteArray pdf = document->plainPDFDocument();
         QVERIFY(document->pages().empty());
-        std::unique_ptr<Poppler::Document> parsed = load(pdf);
-        QVERIFY(parsed);
-        QCOMPARE(parsed->numPages(), 0);
+        QVERIFY(load(pdf) && load(pdf)->numPages() == 0);
     }
 
     void progressOnTheMainThread()

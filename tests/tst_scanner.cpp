@@ -19,11 +19,6 @@ namespace {
 
 using Kind = FakeScannerBackend::Failure;
 
-std::unique_ptr<Poppler::Document> loadPdf(const QString& path)
-{
-    return Poppler::Document::load(path);
-}
-
 /// Everything in a folder, hidden temporary files included.
 QStringList folderEntries(const QString& path)
 {
@@ -33,7 +28,7 @@ QStringList folderEntries(const QString& path)
 /// The page rendered at the scan's own resolution, so one image pixel is one scanned pixel.
 QImage renderAtScanResolution(const QString& pdf, int dpi, QSizeF* pageSize = nullptr)
 {
-    const auto document = loadPdf(pdf);
+    const auto document = Poppler::Document::load(pdf);
     if (!document || document->numPages() != 1)
         return {};
     const auto page = document->page(0);
@@ -102,7 +97,7 @@ private Q_SLOTS:
         QVERIFY(qAbs(grey(5, 5) - grey(15, 5)) > 200);
         QCOMPARE(grey(5, 5) > 128, grey(15, 15) > 128);
         QCOMPARE(grey(5, 5) > 128, grey(195, 295) > 128);
-        const auto document = loadPdf(pdf);
+        const auto document = Poppler::Document::load(pdf);
         QCOMPARE(document->info(QStringLiteral("Title")), QStringLiteral("Rechnung"));
         QCOMPARE(ScanSession::scanFilePath(folder, "Rechnung"), folder + QStringLiteral("/Rechnung 2.pdf"));
     }
@@ -116,7 +111,7 @@ private Q_SLOTS:
         const ScanSettings settings { "Automatic Document Feeder", "Color", 50, false };
         QCOMPARE(session.scanDocument("test:1", settings, pdf, 0), ScanSession::Result::Finished);
         QCOMPARE(session.pageCount(), 10);
-        QCOMPARE(loadPdf(pdf)->numPages(), 10);
+        QCOMPARE(Poppler::Document::load(pdf)->numPages(), 10);
         QVERIFY(ScanSession::isFeeder(settings.source));
         QVERIFY(!ScanSession::isFeeder("Flatbed"));
     }
@@ -271,10 +266,7 @@ private Q_SLOTS:
             QCOMPARE(log->logKind(), qint64(QuillarcLogObject::Created));
             QCOMPARE(log->objectUniqueID(), documents[0]->uniqueID());
         }
-        run = runCli({ "validate", path });
-        QCOMPARE(run.exitCode, 0);
-        QCOMPARE(runCli({ "scan", "--help" }).exitCode, 0);
-        QCOMPARE(runCli({ "scanners", "--help" }).exitCode, 0);
+        QCOMPARE(runCli({ "validate", path }).exitCode, 0);
     }
 
     void commandLineWithoutScannerChangesNothing()
