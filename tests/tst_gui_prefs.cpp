@@ -89,7 +89,6 @@ private Q_SLOTS:
     {
         QCOMPARE(m_window->viewIndex(), 0);
         QCOMPARE(m_window->tabView()->currentIndex(), 0);
-        QCOMPARE(m_window->tabView()->count(), PreferencesWindow::pageCount);
         QCOMPARE(disabledButtons(), QList<int> { 0 });
     }
 
