@@ -55,6 +55,13 @@ private Q_SLOTS:
         QTest::newRow("ascii") << Value::string(QStringLiteral("Rechnung 2026 – long enough to need a count"));
         QTest::newRow("umlauts and emoji") << Value::string(QStringLiteral("Hängeschränke 😀 Größe"));
         QTest::newRow("long shared-limit text") << Value::string(QString(300, QLatin1Char('x')));
+        // Texts are checked and narrowed in blocks: a wide unit just inside,
+        // on and past a block edge, and ASCII tails of odd lengths.
+        for (const int at : { 3, 15, 16, 17, 33 })
+            QTest::addRow("euro sign after %d ASCII units", at)
+                << Value::string(QString(at, QLatin1Char('a')) + QStringLiteral("€") + QString(5, QLatin1Char('b')));
+        for (const int length : { 19, 37 })
+            QTest::addRow("ASCII, %d units", length) << Value::string(QString(length, QLatin1Char('z')).replace(7, 1, QLatin1Char('~')));
         QTest::newRow("true") << Value::boolean(true);
         QTest::newRow("zero") << Value::integer(0);
         QTest::newRow("negative") << Value::integer(-1);

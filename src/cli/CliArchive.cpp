@@ -2,6 +2,11 @@
 
 #include "cli/CliCommand.h"
 #include "intake/DocumentIntake.h"
+#include "model/QuillarcContainer.h"
+#include "model/QuillarcGroup.h"
+#include "model/QuillarcPreferences.h"
+
+#include <algorithm>
 
 namespace {
 class CliOpenElsewhereQuestion : public OpenElsewhereQuestion
@@ -55,4 +60,35 @@ bool CliArchive::close(const char* command, Document& archive)
         return true;
     cliFail(command, QStringLiteral("cannot save %1: %2").arg(archive.packagePath(), error));
     return false;
+}
+
+GroupPtr CliArchive::intakeGroup(Document& archive, const QString& title)
+{
+    const QList<GroupPtr> groups = archive.allGroups();
+    GroupPtr group;
+    if (!title.isEmpty()) {
+        const auto named = std::find_if(
+            groups.cbegin(), groups.cend(), [&title](const GroupPtr& candidate) { return candidate->groupTitle() == title; });
+        if (named != groups.cend())
+            group = *named;
+    } else {
+        const Value selected = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection"));
+        if (selected.isNumber() && selected.toInteger() >= 0 && selected.toInteger() < groups.size())
+            group = groups[selected.toInteger()];
+    }
+    if (!group) {
+        group = QuillarcGroup::create();
+        if (!title.isEmpty())
+            group->setField(QuillarcGroup::GroupTitle, Value::string(title));
+        if (archive.preferences()->autoLockDocuments())
+            group->setField(QuillarcGroup::IsLocked, Value::boolean(true));
+        group->setParent(archive.container().get());
+        Value list = archive.container()->field(QuillarcContainer::Groups);
+        list.mutableArray().append(Value::object(group));
+        archive.container()->setValue(QuillarcContainer::Groups, list);
+        cliOut(QStringLiteral("Created group \"%1\"\n").arg(group->groupTitle()));
+    }
+    archive.setSelectionProvider(
+        [&archive, group] { return std::pair<qint64, qint64>(archive.allGroups().indexOf(group), -1); });
+    return group;
 }

@@ -37,35 +37,6 @@ bool parseInteger(const QString& text, qint64* number)
     return ok;
 }
 
-/// The group named on the command line (made when missing), else the one
-/// stored as selected, else a new one.
-GroupPtr targetGroup(Document& archive, const QString& title, bool* created)
-{
-    *created = false;
-    const QList<GroupPtr> groups = archive.allGroups();
-    if (!title.isEmpty()) {
-        for (const GroupPtr& group : groups) {
-            if (group->groupTitle() == title)
-                return group;
-        }
-    } else {
-        const Value selected = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection"));
-        if (selected.isNumber() && selected.toInteger() >= 0 && selected.toInteger() < groups.size())
-            return groups[selected.toInteger()];
-    }
-    auto group = QuillarcGroup::create();
-    if (!title.isEmpty())
-        group->setField(QuillarcGroup::GroupTitle, Value::string(title));
-    if (archive.preferences()->autoLockDocuments())
-        group->setField(QuillarcGroup::IsLocked, Value::boolean(true));
-    group->setParent(archive.container().get());
-    Value list = archive.container()->field(QuillarcContainer::Groups);
-    list.mutableArray().append(Value::object(group));
-    archive.container()->setValue(QuillarcContainer::Groups, list);
-    *created = true;
-    return group;
-}
-
 /// The arguments as the file system's bytes, when the process's command line
 /// still matches the arguments given (names need not be valid UTF-8).
 QList<QByteArray> rawArguments(qsizetype expected)
@@ -150,13 +121,7 @@ int runAdd(const QStringList& arguments)
     if (!archive)
         return read == Document::ReadResult::QuitRequested ? ExitRefused : ExitError;
     DocumentIntake intake(*archive);
-    bool groupCreated = false;
-    const GroupPtr group = targetGroup(*archive, options.groupTitle, &groupCreated);
-    if (groupCreated)
-        cliOut(QStringLiteral("Created group \"%1\"\n").arg(group->groupTitle()));
-    // The group taken into is saved as the selected one, as the window would leave it.
-    archive->setSelectionProvider(
-        [&archive = *archive, group] { return std::pair<qint64, qint64>(archive.allGroups().indexOf(group), -1); });
+    const GroupPtr group = CliArchive::intakeGroup(*archive, options.groupTitle);
 
     int status = ExitOk;
     if (options.files.size() == 1) {

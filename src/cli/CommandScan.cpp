@@ -32,35 +32,6 @@ void onInterrupt(int)
     g_interrupted = 1;
 }
 
-/// The group named on the command line (made when missing), else the one
-/// stored as selected, else a new one: the same choice `add` makes.
-GroupPtr targetGroup(Document& archive, const QString& title, bool* created)
-{
-    *created = false;
-    const QList<GroupPtr> groups = archive.allGroups();
-    if (!title.isEmpty()) {
-        for (const GroupPtr& group : groups) {
-            if (group->groupTitle() == title)
-                return group;
-        }
-    } else {
-        const Value selected = archive.indexDictionary().toDictionary().value(QStringLiteral("groupsSelection"));
-        if (selected.isNumber() && selected.toInteger() >= 0 && selected.toInteger() < groups.size())
-            return groups[selected.toInteger()];
-    }
-    auto group = QuillarcGroup::create();
-    if (!title.isEmpty())
-        group->setField(QuillarcGroup::GroupTitle, Value::string(title));
-    if (archive.preferences()->autoLockDocuments())
-        group->setField(QuillarcGroup::IsLocked, Value::boolean(true));
-    group->setParent(archive.container().get());
-    Value list = archive.container()->field(QuillarcContainer::Groups);
-    list.mutableArray().append(Value::object(group));
-    archive.container()->setValue(QuillarcContainer::Groups, list);
-    *created = true;
-    return group;
-}
-
 /// Scans one page into a PDF in folder; the path of the PDF, or "" with the exit status set.
 QString scanPage(const ScanOptions& options, const QString& folder, int* status)
 {
@@ -154,12 +125,7 @@ int runScan(const QStringList& arguments)
     }
 
     DocumentIntake intake(*archive);
-    bool groupCreated = false;
-    const GroupPtr group = targetGroup(*archive, options.groupTitle, &groupCreated);
-    if (groupCreated)
-        cliOut(QStringLiteral("Created group \"%1\"\n").arg(group->groupTitle()));
-    archive->setSelectionProvider(
-        [&archive = *archive, group] { return std::pair<qint64, qint64>(archive.allGroups().indexOf(group), -1); });
+    const GroupPtr group = CliArchive::intakeGroup(*archive, options.groupTitle);
     // The scan's record has its creation entry at once; confirming its sheet adds the second.
     const DocumentPtr record = intake.addScanDocumentWithURL(pdf, group);
     if (!record) {

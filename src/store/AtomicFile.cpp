@@ -13,6 +13,9 @@
 #include <unistd.h>
 
 namespace {
+/// Bytes a large file is handed to the disk in while it is written.
+constexpr qint64 writebackBlock = 8 << 20;
+
 struct Fault
 {
     bool active = false;
@@ -119,6 +122,12 @@ bool AtomicFile::write(const char* data, qint64 size)
         data += done;
         size -= done;
         m_written += done;
+    }
+    // Large files are handed to the disk while they are still being written,
+    // so that the sync in commit() waits only for the last few blocks.
+    if (m_written - m_writebackStart >= writebackBlock) {
+        ::sync_file_range(m_fd, m_writebackStart, m_written - m_writebackStart, SYNC_FILE_RANGE_WRITE);
+        m_writebackStart = m_written;
     }
     return true;
 }

@@ -62,4 +62,5 @@ private:
     QString m_errorString;
     int m_fd = -1;
     qint64 m_written = 0;
+    qint64 m_writebackStart = 0; ///< bytes before this were handed to the disk early
 };

@@ -25,11 +25,17 @@ DatabaseFileWriter::~DatabaseFileWriter()
 
 bool DatabaseFileWriter::enqueue(const char* data, qint64 size, bool hash)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_failed || m_queue.size() < maxQueuedPieces; });
     if (m_failed)
         return false;
-    m_queue.push_back({ QByteArray(data, size), hash });
+    if (!m_file.write(data, size)) {
+        m_failed = true;
+        return false;
+    }
+    if (!hash)
+        return true;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_queue.size() < maxQueuedPieces; });
+    m_queue.emplace_back(data, size);
     lock.unlock();
     m_changed.notify_all();
     return true;
@@ -38,27 +44,19 @@ bool DatabaseFileWriter::enqueue(const char* data, qint64 size, bool hash)
 void DatabaseFileWriter::waitUntilDrained()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_failed || (m_queue.empty() && !m_busy); });
+    m_changed.wait(lock, [this] { return m_queue.empty() && !m_busy; });
 }
 
 QByteArray DatabaseFileWriter::digest()
 {
     waitUntilDrained();
-    const std::lock_guard<std::mutex> lock(m_mutex);
     return m_failed ? QByteArray() : m_hash.result();
-}
-
-bool DatabaseFileWriter::finish()
-{
-    waitUntilDrained();
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return !m_failed;
 }
 
 void DatabaseFileWriter::run()
 {
     for (;;) {
-        Piece piece;
+        QByteArray piece;
         {
             std::unique_lock<std::mutex> lock(m_mutex);
             m_changed.wait(lock, [this] { return m_closing || !m_queue.empty(); });
@@ -69,14 +67,10 @@ void DatabaseFileWriter::run()
             m_busy = true;
         }
         m_changed.notify_all();
-        if (piece.hash)
-            m_hash.addData(piece.bytes);
-        const bool written = m_file.write(piece.bytes);
+        m_hash.addData(piece);
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_busy = false;
-            if (!written)
-                m_failed = true;
         }
         m_changed.notify_all();
     }

@@ -12,10 +12,11 @@
 
 class AtomicFile;
 
-/// Writes a stream of pieces into an atomic file on a thread of its own,
-/// hashing the pieces marked for it on the way, so that encoding the next
-/// piece, hashing and writing overlap. Pieces are written in order; a failed
-/// write stops the stream and is reported by every later call.
+/// Writes a stream of pieces into an atomic file and hashes the pieces marked
+/// for it on a thread of its own: the digest is the slowest step of a save,
+/// so it runs beside encoding and writing instead of after them. Pieces are
+/// written in order by the caller's thread; a failed write stops the stream
+/// and is reported by every later call.
 class DatabaseFileWriter
 {
 public:
@@ -26,19 +27,13 @@ public:
     BinaryPlistWriter::Sink& plain() { return m_plain; }
     BinaryPlistWriter::Sink& hashed() { return m_hashed; }
 
-    /// Waits until everything given so far is written, then returns the
+    /// Waits until everything given so far is hashed, then returns the
     /// digest of the hashed pieces (empty after a failed write).
     QByteArray digest();
-    /// Waits until everything is written; false when a write failed.
-    bool finish();
+    /// False once a write failed.
+    bool ok() const { return !m_failed; }
 
 private:
-    struct Piece
-    {
-        QByteArray bytes;
-        bool hash = false;
-    };
-
     class Stream : public BinaryPlistWriter::Sink
     {
     public:
@@ -65,9 +60,9 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Piece> m_queue;
-    bool m_busy = false;    ///< the thread is writing a piece taken off the queue
+    std::deque<QByteArray> m_queue; ///< written pieces waiting to be hashed
+    bool m_busy = false;            ///< the thread is hashing a piece taken off the queue
     bool m_closing = false;
-    bool m_failed = false;
+    bool m_failed = false; ///< a write failed (the writing thread's own)
     std::thread m_thread;
 };

@@ -100,7 +100,7 @@ bool DatabaseWriter::writeDatabase(const ArchiveSnapshot& snapshot, const QStrin
                 return !digest.isEmpty();
             },
             outer.deferredStringNode(), [&] { return fingerprint; });
-        written = stream.finish() && written;
+        written = stream.ok() && written;
     }
     if (!written || !file.commit()) {
         *error = file.errorString().isEmpty() ? AtomicFile::systemError(path, EIO) : file.errorString();

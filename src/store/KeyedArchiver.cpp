@@ -5,7 +5,10 @@
 #include <cstring>
 
 namespace {
-constexpr qsizetype maxSharedStringLength = 256;
+// Short texts (extensions, kinds, tags, names) repeat across records and are
+// stored once; longer ones (identifiers, paths, contents) hardly ever do, and
+// looking each of them up would cost more time than the bytes it could save.
+constexpr qsizetype maxSharedStringLength = 32;
 
 QString escapedKey(const QString& key)
 {
