@@ -174,13 +174,11 @@ private Q_SLOTS:
             QVERIFY2(action, qPrintable(info.command));
             QVERIFY2(action->text() != info.textKey, qPrintable(info.command));
         }
-        QCOMPARE(
-            menus->action(QStringLiteral("showSearchPopover:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+F")));
-        QCOMPARE(menus->action(QStringLiteral("showPreferencesWindow:"))->shortcut(),
-            QKeySequence(QStringLiteral("Ctrl+,")));
-        QCOMPARE(
-            menus->action(QStringLiteral("mainViewQuickLookDocumentAction:"))->shortcut(), QKeySequence(Qt::Key_Space));
-        QCOMPARE(menus->action(QStringLiteral("terminateByHand:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
+        const std::pair<const char*, const char*> shortcuts[]
+            = { { "showSearchPopover:", "Ctrl+F" }, { "showPreferencesWindow:", "Ctrl+," },
+                  { "mainViewQuickLookDocumentAction:", "Space" }, { "terminateByHand:", "Ctrl+Q" } };
+        for (const auto& [command, keys] : shortcuts)
+            QCOMPARE(menus->action(QLatin1String(command))->shortcut(), QKeySequence(QLatin1String(keys)));
         QCOMPARE(
             window->titlebarView()->infoButton()->toolTip(), localizedString(QStringLiteral("HELP_BUTTON_TOOLTIP")));
     }

@@ -282,8 +282,8 @@ private Q_SLOTS:
         view->selectGroup(group);
         harness.archive().clearChangeCount();
         const QStringList files = makeFiles(QStringLiteral("many"), 300);
-        const QStringList before
-            = QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        const QDir members(harness.archive().filesPath());
+        const QStringList before = members.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 
         view->receivedDroppedFiles(files);
         QVERIFY(view->batchFlow()->isBuilding());
@@ -303,8 +303,7 @@ private Q_SLOTS:
         QVERIFY(logs(harness.archive()).isEmpty());
         QCOMPARE(harness.preferences()->voucherNumber(), 7);
         QVERIFY(harness.archive().deleteIDSArray().isEmpty());
-        QCOMPARE(QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-            before);
+        QCOMPARE(members.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
         QVERIFY(!harness.archive().isDocumentEdited());
     }
 

@@ -233,12 +233,8 @@ private Q_SLOTS:
             const auto stored = view->selectionIndexes();
             QCOMPARE(stored.first, 1);
             QVERIFY(harness.archive().save()); // saving asks the view for its selection
-            QCOMPARE(harness.archive()
-                         .indexDictionary()
-                         .toDictionary()
-                         .value(QStringLiteral("documentsSelection"))
-                         .toInteger(),
-                stored.second);
+            const ValueMap index = harness.archive().indexDictionary().toDictionary();
+            QCOMPARE(index.value(QStringLiteral("documentsSelection")).toInteger(), stored.second);
         }
         const std::unique_ptr<Document> reopened = ArchiveFixture::reopen(package, Document::OpenMode::ReadWrite);
         QVERIFY(reopened);
