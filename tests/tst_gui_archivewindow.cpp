@@ -1,18 +1,13 @@
-#include "ArchiveFixture.h"
 #include "GuiTestMain.h"
+#include "GuiTestSupport.h"
 #include "app/core/Delays.h"
-#include "app/util/FileDialog.h"
-#include "app/util/MessageBox.h"
 #include "app/window/ArchiveSaving.h"
-#include "app/window/ArchiveWindow.h"
 #include "app/window/TitleStrip.h"
 #include "app/window/WelcomeDuration.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QDirIterator>
-#include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStackedWidget>
@@ -39,20 +34,7 @@ private:
         return path;
     }
 
-    static ArchiveWindow* open(const QString& path)
-    {
-        auto* document = new Document;
-        DocumentError error;
-        if (document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error)
-            != Document::ReadResult::Success) {
-            delete document;
-            return nullptr;
-        }
-        auto* window = new ArchiveWindow(document);
-        window->windowControllerDidLoadNib();
-        window->show();
-        return window;
-    }
+    static std::unique_ptr<ArchiveWindow> open(const QString& path) { return GuiTest::openArchiveWindow(path); }
 
     static std::unique_ptr<Document> onDisk(const QString& path) { return ArchiveFixture::reopen(path); }
 
@@ -64,8 +46,7 @@ private Q_SLOTS:
         QSettings().clear();
         WelcomeDuration::setDurationOverride(std::nullopt);
         WelcomeDuration::setRandomSource({});
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
+        GuiTest::forgetAskedDialogs();
     }
 
     void welcomeDuration_data()
@@ -107,7 +88,7 @@ private Q_SLOTS:
     {
         QList<quint32> draws = { 0, 0 }; // 1 + 1/0.23 s, scaled down
         WelcomeDuration::setRandomSource([&draws] { return draws.isEmpty() ? 0u : draws.takeFirst(); });
-        std::unique_ptr<ArchiveWindow> window(open(fixture(QStringLiteral("Welcome"))));
+        const std::unique_ptr<ArchiveWindow> window = open(fixture(QStringLiteral("Welcome")));
         QVERIFY(window);
         QSignalSpy loaded(window.get(), &ArchiveWindow::mainViewLoaded);
         QVERIFY(!window->welcomeView());
@@ -149,7 +130,7 @@ private Q_SLOTS:
     void changeTypesAndTheEditedMark()
     {
         QFETCH(QList<int>, changes);
-        std::unique_ptr<ArchiveWindow> window(open(fixture(QStringLiteral("Changes"))));
+        const std::unique_ptr<ArchiveWindow> window = open(fixture(QStringLiteral("Changes")));
         QVERIFY(!window->isDirty()); // opening marked the archive, set-up cleared the count
         for (int change : changes)
             window->updateChangeCount(ArchiveWindow::ChangeType(change));
@@ -160,7 +141,7 @@ private Q_SLOTS:
 
     void editsMarkTheWindowAndTheTitleStaysEmpty()
     {
-        std::unique_ptr<ArchiveWindow> window(open(fixture(QStringLiteral("Belege 2024"))));
+        const std::unique_ptr<ArchiveWindow> window = open(fixture(QStringLiteral("Belege 2024")));
         QCOMPARE(window->windowTitle().remove(QStringLiteral("[*]")), QString());
         window->setDisplayName(QStringLiteral("Belege 2024"));
         QCOMPARE(window->windowTitle().remove(QStringLiteral("[*]")), QString());
@@ -181,7 +162,7 @@ private Q_SLOTS:
     void closingSavesFirst()
     {
         const QString path = fixture(QStringLiteral("Closing"));
-        QPointer<ArchiveWindow> window = open(path);
+        QPointer<ArchiveWindow> window = open(path).release(); // deleted when closed
         QVERIFY(window->document()->isAlreadyOpen());
         window->document()->preferences()->setField(QuillarcPreferences::ValidationPosssible, Value::boolean(false));
         window->document()->container()->setValue(
@@ -203,7 +184,7 @@ private Q_SLOTS:
     void failedCloseSaveLeavesTheChoiceToTheUser()
     {
         const QString path = fixture(QStringLiteral("DiskFull"));
-        QPointer<ArchiveWindow> window = open(path);
+        QPointer<ArchiveWindow> window = open(path).release(); // deleted when closed
         // The database cannot be replaced any more (as with a full disk).
         const QString database = QDir(path).filePath(QLatin1String(Document::databaseName));
         QVERIFY(QFile::remove(database));

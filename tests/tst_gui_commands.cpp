@@ -1,5 +1,5 @@
-#include "ArchiveFixture.h"
 #include "GuiTestMain.h"
+#include "GuiTestSupport.h"
 #include "app/core/Delays.h"
 #include "app/i18n/Localizer.h"
 #include "app/popover/HelpPopover.h"
@@ -7,12 +7,10 @@
 #include "app/popover/PopoverRegistry.h"
 #include "app/prefs/PreferencesWindow.h"
 #include "app/window/ArchiveCommands.h"
-#include "app/window/ArchiveWindow.h"
 #include "app/window/Menus.h"
 #include "app/window/TitleStrip.h"
 #include "app/window/WelcomeDuration.h"
 #include "model/QuillarcPreferences.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QAction>
 #include <QMenu>
@@ -50,19 +48,7 @@ private:
         ArchiveFixture archive(path);
         archive.archive().preferences()->setField(QuillarcPreferences::IsSetupDone, Value::boolean(setupDone));
         archive.save();
-        auto* document = new Document;
-        DocumentError error;
-        document->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error);
-        std::unique_ptr<ArchiveWindow> window(new ArchiveWindow(document));
-        window->windowControllerDidLoadNib();
-        window->show();
-        return window;
-    }
-
-    static void useLanguage(const QString& language)
-    {
-        KVLocalizationDictionary::sharedLocalizationDictionary().setLanguage(language);
-        KVLocalizationDictionary::sharedLocalizationDictionary().reloadLocalizationDictionary();
+        return GuiTest::openArchiveWindow(path);
     }
 
 private Q_SLOTS:
@@ -74,7 +60,7 @@ private Q_SLOTS:
     }
 
     void init() { QSettings().clear(); }
-    void cleanup() { useLanguage(QStringLiteral("en")); }
+    void cleanup() { GuiTest::useLanguage(QStringLiteral("en")); }
 
     void windowTable_data()
     {
@@ -112,13 +98,12 @@ private Q_SLOTS:
     void windowTable()
     {
         QFETCH(QString, command);
-        ArchiveCommands::State state;
         QFETCH(bool, mainView);
         QFETCH(bool, key);
         QFETCH(bool, group);
         QFETCH(bool, document);
         QFETCH(bool, setupDone);
-        state = { mainView, key, group, document, setupDone, false };
+        const ArchiveCommands::State state = { mainView, key, group, document, setupDone, false };
         // This stand-in main view refuses exports and allows everything else.
         auto mainViewAnswer = [](const QString& name) { return name != QLatin1String("exportDocument:"); };
         QTEST(ArchiveCommands::isEnabled(command, state, mainViewAnswer), "enabled");
@@ -164,19 +149,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("save");
-        QTest::newRow("de") << "de"
-                            << "&Datei"
-                            << "S&ichern";
-        QTest::newRow("en") << "en"
-                            << "&File"
-                            << "&Save";
+        // clang-format off
+        QTest::newRow("de") << "de" << "&Datei" << "S&ichern";
+        QTest::newRow("en") << "en" << "&File"  << "&Save";
+        // clang-format on
     }
 
     void menusSpeakBothLanguages()
     {
         QFETCH(QString, language);
         std::unique_ptr<ArchiveWindow> window = openWindow(true);
-        useLanguage(language);
+        GuiTest::useLanguage(language);
         Localizer::relocalizeAll();
         Menus* menus = window->menus();
         QCOMPARE(menus->menus().size(), 8);
@@ -191,13 +174,11 @@ private Q_SLOTS:
             QVERIFY2(action, qPrintable(info.command));
             QVERIFY2(action->text() != info.textKey, qPrintable(info.command));
         }
-        QCOMPARE(
-            menus->action(QStringLiteral("showSearchPopover:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+F")));
-        QCOMPARE(menus->action(QStringLiteral("showPreferencesWindow:"))->shortcut(),
-            QKeySequence(QStringLiteral("Ctrl+,")));
-        QCOMPARE(
-            menus->action(QStringLiteral("mainViewQuickLookDocumentAction:"))->shortcut(), QKeySequence(Qt::Key_Space));
-        QCOMPARE(menus->action(QStringLiteral("terminateByHand:"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Q")));
+        const std::pair<const char*, const char*> shortcuts[]
+            = { { "showSearchPopover:", "Ctrl+F" }, { "showPreferencesWindow:", "Ctrl+," },
+                  { "mainViewQuickLookDocumentAction:", "Space" }, { "terminateByHand:", "Ctrl+Q" } };
+        for (const auto& [command, keys] : shortcuts)
+            QCOMPARE(menus->action(QLatin1String(command))->shortcut(), QKeySequence(QLatin1String(keys)));
         QCOMPARE(
             window->titlebarView()->infoButton()->toolTip(), localizedString(QStringLiteral("HELP_BUTTON_TOOLTIP")));
     }

@@ -8,7 +8,6 @@
 #include "controls/KVButton.h"
 
 #include <QCheckBox>
-#include <QLabel>
 #include <QProcess>
 #include <QSettings>
 #include <QSignalSpy>

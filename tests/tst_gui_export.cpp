@@ -1,9 +1,6 @@
-// Export from the window: the dialogs' titles and proposed names, copies
-// made off the main thread, a corrupted or missing member stopping the run
-// with its alert, unwritable folders reported with the path and the reason,
-// and a folder that already holds copies of the same names.
-#include "ArchiveFixture.h"
-#include "TestSupport.h"
+// Export from the window: its dialogs, copies made off the main thread, and
+// every way a run stops (damaged member, unwritable folder, Cancel).
+#include "GuiTestSupport.h"
 #include "app/flows/ExportFlow.h"
 #include "app/flows/FlowProgressSheet.h"
 #include "app/util/FileDialog.h"
@@ -37,6 +34,7 @@ class TestGuiExport : public QObject
 
 private:
     TemporaryHome m_home;
+    QWidget m_window; ///< the flows' window
     QString m_path;
     std::unique_ptr<Document> m_archive;
     GroupPtr m_group;
@@ -76,16 +74,15 @@ private:
 private Q_SLOTS:
     void cleanup()
     {
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
+        GuiTest::forgetAskedDialogs();
+        m_window.hide();
         m_archive.reset();
     }
 
     void dialogsNameWhatIsExported()
     {
         makeArchive();
-        QWidget window;
-        ExportFlow flow(m_archive.get(), &window);
+        ExportFlow flow(m_archive.get(), &m_window);
         QSignalSpy finished(&flow, &ExportFlow::finished);
         FileDialog::setNextCancel();
         flow.exportGroup(m_group);
@@ -105,8 +102,7 @@ private Q_SLOTS:
     void copiesAndSummaryOffTheMainThread()
     {
         makeArchive();
-        QWidget window;
-        ExportFlow flow(m_archive.get(), &window);
+        ExportFlow flow(m_archive.get(), &m_window);
         const QString folder = m_home.freshPath(QStringLiteral("out")) + QStringLiteral("/new/folder");
         const QList<QVariant> result = exportGroupInto(flow, folder);
         QCOMPARE(result.value(0).value<ExportJob::Result>(), ExportJob::Result::Success);
@@ -143,8 +139,7 @@ private Q_SLOTS:
             QVERIFY(QFile::remove(member));
         const QByteArray memberBefore = QFile::exists(member) ? readFile(member) : QByteArray();
 
-        QWidget window;
-        ExportFlow flow(m_archive.get(), &window);
+        ExportFlow flow(m_archive.get(), &m_window);
         MessageBox::setNextAnswer(0);
         const QString folder = m_home.freshPath(QStringLiteral("stopped"));
         const QList<QVariant> finished = exportGroupInto(flow, folder);
@@ -193,8 +188,7 @@ private Q_SLOTS:
             QVERIFY(setrlimit(RLIMIT_FSIZE, &small) == 0);
         }
 
-        QWidget window;
-        ExportFlow flow(m_archive.get(), &window);
+        ExportFlow flow(m_archive.get(), &m_window);
         MessageBox::setNextAnswer(0);
         const QList<QVariant> finished = exportGroupInto(flow, folder);
         restore.dismiss();
@@ -213,8 +207,7 @@ private Q_SLOTS:
         makeArchive();
         const QString folder = m_home.freshPath(QStringLiteral("again"));
         QVERIFY(writeFile(folder + QLatin1Char('/') + copyName(QStringLiteral("1_Beleg1.pdf")), QByteArray(5000, 'x')));
-        QWidget window;
-        ExportFlow flow(m_archive.get(), &window);
+        ExportFlow flow(m_archive.get(), &m_window);
         QCOMPARE(exportGroupInto(flow, folder).value(0).value<ExportJob::Result>(), ExportJob::Result::Success);
         QCOMPARE(readFile(folder + QLatin1Char('/') + copyName(QStringLiteral("1_Beleg1.pdf"))), QByteArray(100, 'b'));
     }
@@ -222,9 +215,8 @@ private Q_SLOTS:
     void largeExportShowsItsProgressAndCanStop()
     {
         makeArchive(6, 200000);
-        QWidget window;
-        window.show();
-        ExportFlow flow(m_archive.get(), &window);
+        m_window.show();
+        ExportFlow flow(m_archive.get(), &m_window);
         // The worker waits before its second copy until the test has seen the sheet.
         QSemaphore goOn;
         flow.setWorkerProbe([&goOn](int index) {

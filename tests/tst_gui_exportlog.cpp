@@ -1,15 +1,12 @@
 // The log report from the window: the popover closes and the progress shows
 // while the report is laid out off the main thread, then the save dialog
 // (titled and named "COMPLETE_LOG", PDF only) decides where it goes.
-#include "ArchiveFixture.h"
-#include "TestSupport.h"
+#include "GuiTestSupport.h"
 #include "app/flows/LogReportFlow.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
 #include "model/QuillarcContainer.h"
 
-#include <QDir>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -21,6 +18,7 @@ class TestGuiExportLog : public QObject
 
 private:
     TemporaryHome m_home;
+    QWidget m_window; ///< the flows' window
     std::unique_ptr<Document> m_archive;
     QStringList m_steps;
 
@@ -54,16 +52,15 @@ private Q_SLOTS:
     void cleanup()
     {
         m_steps.clear();
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
+        GuiTest::forgetAskedDialogs();
+        m_window.hide();
         m_archive.reset();
     }
 
     void writtenThroughTheSaveDialog()
     {
         makeArchive(3);
-        QWidget window;
-        LogReportFlow flow(m_archive.get(), &window);
+        LogReportFlow flow(m_archive.get(), &m_window);
         flow.setHooks(recordingHooks());
         QSignalSpy laidOut(&flow, &LogReportFlow::laidOut);
         QSignalSpy finished(&flow, &LogReportFlow::finished);
@@ -91,8 +88,7 @@ private Q_SLOTS:
     void cancelledDialogDiscardsTheReport()
     {
         makeArchive(1);
-        QWidget window;
-        LogReportFlow flow(m_archive.get(), &window);
+        LogReportFlow flow(m_archive.get(), &m_window);
         QSignalSpy finished(&flow, &LogReportFlow::finished);
         FileDialog::setNextCancel();
         flow.exportLogAction();
@@ -105,8 +101,7 @@ private Q_SLOTS:
     void unwritableTargetIsReported()
     {
         makeArchive(1);
-        QWidget window;
-        LogReportFlow flow(m_archive.get(), &window);
+        LogReportFlow flow(m_archive.get(), &m_window);
         QSignalSpy finished(&flow, &LogReportFlow::finished);
         const QString blocker = m_home.freshPath(QStringLiteral("plainfile"));
         QVERIFY(writeFile(blocker, "not a folder"));
@@ -122,8 +117,7 @@ private Q_SLOTS:
     void largeLogIsLaidOutAwayFromTheWindow()
     {
         makeArchive(100, 100);
-        QWidget window;
-        LogReportFlow flow(m_archive.get(), &window);
+        LogReportFlow flow(m_archive.get(), &m_window);
         flow.setHooks(recordingHooks());
         QSignalSpy finished(&flow, &LogReportFlow::finished);
         // The window's event loop keeps turning while the report is laid out.

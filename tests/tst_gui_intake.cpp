@@ -1,3 +1,4 @@
+#include "GuiTestSupport.h"
 #include "MainViewHarness.h"
 #include "app/intake/BatchFlow.h"
 #include "app/intake/FolderFlow.h"
@@ -76,11 +77,7 @@ private:
 private Q_SLOTS:
     void initTestCase() { MainViewHarness::prepareApplication(); }
 
-    void cleanup()
-    {
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
-    }
+    void cleanup() { GuiTest::forgetAskedDialogs(); }
 
     void singleIntakeConfirmedAndCancelled()
     {
@@ -199,8 +196,8 @@ private Q_SLOTS:
         window.show();
         view->selectGroup(group);
         const QStringList files = makeFiles(QStringLiteral("unsaved"), 2);
-        const QString refusal = text("Error!") + QLatin1Char('\n')
-            + text("You need to name and save the current Quillarc document first.");
+        const QString refusal
+            = GuiTest::alertText("Error!", "You need to name and save the current Quillarc document first.");
 
         for (int attempt = 0; attempt < 3; ++attempt) {
             MessageBox::setNextAnswer(0);
@@ -245,8 +242,8 @@ private Q_SLOTS:
         QDir().mkpath(package);
         MessageBox::setNextAnswer(0);
         QVERIFY(sendDrop(viewport, { package }));
-        QCOMPARE(MessageBox::takeAskedAlerts(),
-            QStringList { text("Error!") + QLatin1Char('\n') + text("File format not supported.") });
+        QCOMPARE(
+            MessageBox::takeAskedAlerts(), QStringList { GuiTest::alertText("Error!", "File format not supported.") });
 
         // What cannot be read as a file at all is refused with the reason.
         const QString fifo = m_home.freshPath(QStringLiteral("pipe"));
@@ -285,8 +282,8 @@ private Q_SLOTS:
         view->selectGroup(group);
         harness.archive().clearChangeCount();
         const QStringList files = makeFiles(QStringLiteral("many"), 300);
-        const QStringList before
-            = QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        const QDir members(harness.archive().filesPath());
+        const QStringList before = members.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 
         view->receivedDroppedFiles(files);
         QVERIFY(view->batchFlow()->isBuilding());
@@ -306,8 +303,7 @@ private Q_SLOTS:
         QVERIFY(logs(harness.archive()).isEmpty());
         QCOMPARE(harness.preferences()->voucherNumber(), 7);
         QVERIFY(harness.archive().deleteIDSArray().isEmpty());
-        QCOMPARE(QDir(harness.archive().filesPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-            before);
+        QCOMPARE(members.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
         QVERIFY(!harness.archive().isDocumentEdited());
     }
 

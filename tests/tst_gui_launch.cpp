@@ -1,20 +1,15 @@
-#include "ArchiveFixture.h"
 #include "GuiTestMain.h"
+#include "GuiTestSupport.h"
 #include "app/core/AppDelegate.h"
 #include "app/core/AppSettings.h"
 #include "app/core/AppStartup.h"
 #include "app/core/Delays.h"
 #include "app/core/DocumentController.h"
 #include "app/core/RecentDocuments.h"
-#include "app/util/FileDialog.h"
-#include "app/util/MessageBox.h"
-#include "app/window/ArchiveWindow.h"
 #include "store/KeyedArchiver.h"
 #include "store/KeyedUnarchiver.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QSettings>
-#include <QSignalSpy>
 #include <unistd.h>
 
 /// What the application opens: at launch, from arguments and links of other
@@ -95,20 +90,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("support");
         QTest::addColumn<QString>("manual");
-        QTest::newRow("de") << "de"
-                            << "https://quillarc.tessary.de/support/"
-                            << "https://quillarc.tessary.de/handbuch/";
-        QTest::newRow("en") << "en"
-                            << "https://quillarc.tessary.de/en/support/"
-                            << "https://quillarc.tessary.de/en/manual/";
+        // clang-format off
+        QTest::newRow("de") << "de" << "https://quillarc.tessary.de/support/"    << "https://quillarc.tessary.de/handbuch/";
+        QTest::newRow("en") << "en" << "https://quillarc.tessary.de/en/support/" << "https://quillarc.tessary.de/en/manual/";
+        // clang-format on
     }
 
     void helpLinksFollowTheLanguage()
     {
         QFETCH(QString, language);
-        auto& table = KVLocalizationDictionary::sharedLocalizationDictionary();
-        table.setLanguage(language);
-        table.reloadLocalizationDictionary();
+        GuiTest::useLanguage(language);
         AppDelegate delegate;
         QStringList opened;
         delegate.setUrlOpener([&opened](const QUrl& url) {
@@ -117,23 +108,10 @@ private Q_SLOTS:
         });
         delegate.openSupportWebsite();
         delegate.openManualWebsite();
-        table.setLanguage(QStringLiteral("en"));
-        table.reloadLocalizationDictionary();
+        GuiTest::useLanguage(QStringLiteral("en"));
         QFETCH(QString, support);
         QFETCH(QString, manual);
         QCOMPARE(opened, QStringList({ support, manual }));
-    }
-
-    void firstStartMakesANewArchive()
-    {
-        AppDelegate delegate;
-        delegate.launch({}, m_home.path());
-        QCOMPARE(windows(delegate).size(), 1);
-        QVERIFY(windows(delegate).first()->isUntitled());
-        QVERIFY(windows(delegate).first()->isVisible());
-        QVERIFY(delegate.applicationHasStarted());
-        // Later, asking for an untitled archive means a new one.
-        QVERIFY(delegate.applicationShouldOpenUntitledFile());
     }
 
     void laterStartReopensTheMostRecentArchive()
@@ -192,13 +170,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("damage");
         QTest::addColumn<QString>("explanation");
-        QTest::newRow("folder gone") << "gone"
-                                     << "no such folder";
-        QTest::newRow("no database") << "no database"
-                                     << "Quillarc.qldb";
-        QTest::newRow("damaged database") << "damaged"
-                                          << "is damaged";
-        QTest::newRow("newer format") << "newer" << text("PLEASE_UPDATE_TO_LATEST_HINT");
+        // clang-format off
+        QTest::newRow("folder gone")      << "gone"        << "no such folder";
+        QTest::newRow("no database")      << "no database" << "Quillarc.qldb";
+        QTest::newRow("damaged database") << "damaged"     << "is damaged";
+        QTest::newRow("newer format")     << "newer"       << text("PLEASE_UPDATE_TO_LATEST_HINT");
+        // clang-format on
     }
 
     void archivesThatDoNotOpenAreExplained()
@@ -300,11 +277,16 @@ private Q_SLOTS:
         QCOMPARE(MessageBox::takeAskedAlerts().size(), 1);
     }
 
-    void laterStartsReachTheRunningApplication()
+    void firstStartMakesANewArchiveAndLaterStartsReachIt()
     {
         AppDelegate delegate;
         delegate.launch({}, m_home.path());
         QCOMPARE(windows(delegate).size(), 1);
+        QVERIFY(windows(delegate).first()->isUntitled());
+        QVERIFY(windows(delegate).first()->isVisible());
+        QVERIFY(delegate.applicationHasStarted());
+        // Later, asking for an untitled archive means a new one.
+        QVERIFY(delegate.applicationShouldOpenUntitledFile());
         // Started again without arguments while a window is open: nothing new.
         delegate.openArguments({}, m_home.path());
         QCOMPARE(windows(delegate).size(), 1);

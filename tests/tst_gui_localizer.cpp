@@ -1,11 +1,8 @@
+#include "GuiTestSupport.h"
 #include "app/i18n/Localizer.h"
-#include "app/util/FileDialog.h"
-#include "app/util/MessageBox.h"
 #include "app/util/Task.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -23,14 +20,8 @@ class TestGuiLocalizer : public QObject
 private:
     KVLocalizationDictionary& table() { return KVLocalizationDictionary::sharedLocalizationDictionary(); }
 
-    void useLanguage(const QString& language)
-    {
-        table().setLanguage(language);
-        table().reloadLocalizationDictionary();
-    }
-
 private Q_SLOTS:
-    void cleanup() { useLanguage(QStringLiteral("en")); }
+    void cleanup() { GuiTest::useLanguage(QStringLiteral("en")); }
 
     void localizesEveryKindOfText_data()
     {
@@ -45,7 +36,7 @@ private Q_SLOTS:
     void localizesEveryKindOfText()
     {
         QFETCH(QString, language);
-        useLanguage(language);
+        GuiTest::useLanguage(language);
 
         QWidget window;
         auto* button = new QPushButton(QStringLiteral("Continue…"), &window);
@@ -79,7 +70,7 @@ private Q_SLOTS:
 
     void followsEditedTableAndNewKeys()
     {
-        useLanguage(QStringLiteral("en"));
+        GuiTest::useLanguage(QStringLiteral("en"));
         auto* window = new QWidget;
         auto* button = new QPushButton(QStringLiteral("Continue…"), window);
         auto* combo = new QComboBox(window);

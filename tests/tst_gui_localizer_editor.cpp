@@ -1,10 +1,10 @@
-#include "TestSupport.h"
+#include "GuiTestSupport.h"
+#include "app/i18n/Localizer.h"
+#include "app/style/ThemeManager.h"
 #include "app/translation/KVLocalizer.h"
 #include "app/translation/KVLocalizerDelegate.h"
 #include "app/translation/KVLocalizerFilterModel.h"
 #include "app/translation/KVLocalizerModel.h"
-#include "app/i18n/Localizer.h"
-#include "app/style/ThemeManager.h"
 #include "app/util/FileDialog.h"
 #include "app/util/MessageBox.h"
 #include "controls/KVButton.h"
@@ -12,7 +12,6 @@
 #include "text/KVLocalizationTable.h"
 
 #include <QAbstractItemModelTester>
-#include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -26,6 +25,7 @@
 namespace {
 
 const QString shippedTable = QString::fromLatin1(KVLocalizationDictionary::defaultTablePath);
+const QString newGroup = QStringLiteral("NEW_GROUP_TITLE");
 
 KVLocalizationDictionary& shared()
 {
@@ -50,7 +50,7 @@ QStringList visibleKeys(const KVLocalizer& editor)
 struct OtherWindow
 {
     std::unique_ptr<QWidget> window = std::make_unique<QWidget>();
-    QPushButton* button = new QPushButton(QStringLiteral("NEW_GROUP_TITLE"), window.get());
+    QPushButton* button = new QPushButton(newGroup, window.get());
 
     OtherWindow()
     {
@@ -83,7 +83,7 @@ private:
         return *m_editor;
     }
 
-    QModelIndex cell(const QString& key, const QString& language)
+    QModelIndex cell(const QString& key, const QString& language = QStringLiteral("en"))
     {
         const int row = editor().model()->table().indexOfKey(key);
         return editor().filterModel()->mapFromSource(
@@ -120,8 +120,7 @@ private Q_SLOTS:
         shared().setLanguage(QStringLiteral("en"));
         shared().setTablePath(shippedTable);
         shared().reloadLocalizationDictionary();
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
+        GuiTest::forgetAskedDialogs();
     }
 
     void cleanup()
@@ -201,19 +200,18 @@ private Q_SLOTS:
     {
         OtherWindow other;
         QCOMPARE(other.button->text(), QStringLiteral("New Group"));
-        editor().setFilterText(QStringLiteral("NEW_GROUP_TITLE"));
-        typeText(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")), QStringLiteral("Fresh Drawer"));
-        QCOMPARE(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")).data().toString(),
-            QStringLiteral("Fresh Drawer"));
+        editor().setFilterText(newGroup);
+        typeText(cell(newGroup), QStringLiteral("Fresh Drawer"));
+        QCOMPARE(cell(newGroup).data().toString(), QStringLiteral("Fresh Drawer"));
         QVERIFY(editor().model()->isEdited());
         QCOMPARE(other.button->text(), QStringLiteral("New Group")); // nothing changes before the test
 
         editor().setFilterText(QStringLiteral("fresh drawer"));
-        QCOMPARE(visibleKeys(editor()), QStringList { QStringLiteral("NEW_GROUP_TITLE") });
+        QCOMPARE(visibleKeys(editor()), QStringList { newGroup });
 
         QTest::mouseClick(button("testLiveButton"), Qt::LeftButton);
         QCOMPARE(other.button->text(), QStringLiteral("Fresh Drawer"));
-        QCOMPARE(Localizer::keyOf(other.button), QStringLiteral("NEW_GROUP_TITLE"));
+        QCOMPARE(Localizer::keyOf(other.button), newGroup);
         QVERIFY(!editor().model()->isEdited());
         QCOMPARE(editor().statusText(), QStringLiteral("Saved and applied to every window."));
 
@@ -222,18 +220,16 @@ private Q_SLOTS:
         QCOMPARE(editor().tablePath(), user);
         const KVLocalizationDictionary next(
             KVLocalizationDictionary::resolvedTablePath(user, shippedTable), QStringLiteral("en"));
-        QCOMPARE(
-            next.localizedStringForDictionaryString(QStringLiteral("NEW_GROUP_TITLE")), QStringLiteral("Fresh Drawer"));
+        QCOMPARE(next.localizedStringForDictionaryString(newGroup), QStringLiteral("Fresh Drawer"));
         QCOMPARE(next.localizationDictionary().size(), shared().localizationDictionary().size());
         m_editor.reset();
         QCOMPARE(visibleKeys(editor()).size(), editor().model()->rowCount());
-        QCOMPARE(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")).data().toString(),
-            QStringLiteral("Fresh Drawer"));
+        QCOMPARE(cell(newGroup).data().toString(), QStringLiteral("Fresh Drawer"));
     }
 
     void testLiveRelabelsTheEditorItself()
     {
-        typeText(cell(QStringLiteral("LOCALIZER_TEST_LIVE"), QStringLiteral("en")), QStringLiteral("Try It"));
+        typeText(cell(QStringLiteral("LOCALIZER_TEST_LIVE")), QStringLiteral("Try It"));
         QVERIFY(editor().testLive());
         QCOMPARE(button("testLiveButton")->text(), QStringLiteral("Try It"));
         QCOMPARE(editor().model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("Key"));
@@ -244,7 +240,7 @@ private Q_SLOTS:
         OtherWindow other;
         // The folder of the user's copy is taken by a file: nothing can be saved there.
         QVERIFY(writeFile(QFileInfo(KVLocalizationDictionary::userTablePath()).absolutePath(), "in the way"));
-        QVERIFY(editor().filterModel()->setData(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")), "Lost"));
+        QVERIFY(editor().filterModel()->setData(cell(newGroup), "Lost"));
         MessageBox::setNextAnswer(0);
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^ERROR SAVING: .*Not a directory$")));
         QVERIFY(!editor().testLive());
@@ -294,9 +290,8 @@ private Q_SLOTS:
             QtWarningMsg, QRegularExpression(QStringLiteral("^LOCALIZATION REPEATED KEY IGNORED: NEW_GROUP")));
         QCOMPARE(editor().model()->rowCount(), 2);
         QCOMPARE(editor().model()->columnCount(), 3);
-        QCOMPARE(
-            cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")).data().toString(), QStringLiteral("second"));
-        const QModelIndex hugeCell = cell(QStringLiteral("HUGE"), QStringLiteral("en"));
+        QCOMPARE(cell(newGroup).data().toString(), QStringLiteral("second"));
+        const QModelIndex hugeCell = cell(QStringLiteral("HUGE"));
         QCOMPARE(hugeCell.data(Qt::EditRole).toString().size(), huge.size() + 6);
         QVERIFY(hugeCell.data().toString().size() <= KVLocalizerModel::displayLength + 1);
         editor().setFilterText(QStringLiteral("NEEDLE"));
@@ -348,11 +343,10 @@ private Q_SLOTS:
 
         // The new column takes texts, and they reach the dictionary of that language.
         const QString code = typed.trimmed();
-        typeText(cell(QStringLiteral("NEW_GROUP_TITLE"), code), QStringLiteral("Nouveau ") + code);
+        typeText(cell(newGroup, code), QStringLiteral("Nouveau ") + code);
         QVERIFY(editor().testLive());
         const KVLocalizationDictionary other(KVLocalizationDictionary::userTablePath(), code);
-        QCOMPARE(other.localizedStringForDictionaryString(QStringLiteral("NEW_GROUP_TITLE")),
-            QStringLiteral("Nouveau ") + code);
+        QCOMPARE(other.localizedStringForDictionaryString(newGroup), QStringLiteral("Nouveau ") + code);
     }
 
     void exportsThroughTheSaveDialog()
@@ -384,14 +378,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("below");
         QTest::addColumn<QString>("reason");
-        QTest::newRow("below a regular file") << "file"
-                                              << "Not a directory";
-        QTest::newRow("missing folder") << "missing"
-                                        << "No such file or directory";
-        QTest::newRow("read-only folder") << "locked"
-                                          << "Permission denied";
-        QTest::newRow("read-only mount") << "mounted"
-                                         << "Read-only file system";
+        // clang-format off
+        QTest::newRow("below a regular file") << "file"    << "Not a directory";
+        QTest::newRow("missing folder")       << "missing" << "No such file or directory";
+        QTest::newRow("read-only folder")     << "locked"  << "Permission denied";
+        QTest::newRow("read-only mount")      << "mounted" << "Read-only file system";
+        // clang-format on
     }
 
     void exportIntoAFolderThatCannotBeWrittenSaysSo()
@@ -433,7 +425,7 @@ private Q_SLOTS:
     void revertsToTheShippedTexts()
     {
         OtherWindow other;
-        QVERIFY(editor().filterModel()->setData(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")), "Mine"));
+        QVERIFY(editor().filterModel()->setData(cell(newGroup), "Mine"));
         QVERIFY(editor().testLive());
         QCOMPARE(other.button->text(), QStringLiteral("Mine"));
         const QString user = KVLocalizationDictionary::userTablePath();
@@ -454,28 +446,26 @@ private Q_SLOTS:
         QCOMPARE(other.button->text(), QStringLiteral("New Group"));
         QCOMPARE(shared().tablePath(), shippedTable);
         QCOMPARE(editor().tablePath(), shippedTable);
-        QCOMPARE(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en")).data().toString(),
-            QStringLiteral("New Group"));
+        QCOMPARE(cell(newGroup).data().toString(), QStringLiteral("New Group"));
         QCOMPARE(editor().statusText(), QStringLiteral("The shipped texts are in use again."));
     }
 
     void themeSwitchWhileOpenKeepsItWorking()
     {
-        editor().setFilterText(QStringLiteral("NEW_GROUP_TITLE"));
+        editor().setFilterText(newGroup);
         ThemeManager::instance()->setForcedScheme(ThemeManager::Dark);
         QTRY_VERIFY(ThemeManager::isDarkPalette(editor().view()->palette()));
-        typeText(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("de")), QStringLiteral("Dunkle Gruppe"));
+        typeText(cell(newGroup, QStringLiteral("de")), QStringLiteral("Dunkle Gruppe"));
         ThemeManager::instance()->setForcedScheme(ThemeManager::Light);
         QTRY_VERIFY(!ThemeManager::isDarkPalette(editor().view()->palette()));
-        QCOMPARE(cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("de")).data().toString(),
-            QStringLiteral("Dunkle Gruppe"));
-        QCOMPARE(visibleKeys(editor()), QStringList { QStringLiteral("NEW_GROUP_TITLE") });
+        QCOMPARE(cell(newGroup, QStringLiteral("de")).data().toString(), QStringLiteral("Dunkle Gruppe"));
+        QCOMPARE(visibleKeys(editor()), QStringList { newGroup });
         QVERIFY(editor().testLive());
     }
 
     void editorKeepsLineBreaksAndCanBeLeftWithEscape()
     {
-        const QModelIndex index = cell(QStringLiteral("NEW_GROUP_TITLE"), QStringLiteral("en"));
+        const QModelIndex index = cell(newGroup);
         QTableView* view = editor().view();
         view->setCurrentIndex(index);
         view->edit(index);

@@ -1,3 +1,4 @@
+#include "GuiTestSupport.h"
 #include "MainViewHarness.h"
 #include "app/intake/GroupFlow.h"
 #include "app/intake/IntakeFlow.h"
@@ -30,6 +31,8 @@
 #include <QPlainTextEdit>
 #include <QSignalSpy>
 
+using GuiTest::alertText;
+
 /// The main view's own state: its lists following the archive, selection and
 /// its storage, command enabling, the split view's limits, the first start,
 /// group sheets, deletions and drags between the lists.
@@ -57,18 +60,12 @@ private:
         return asked;
     }
 
-    static QString alert(const char* title, const char* body) { return text(title) + QLatin1Char('\n') + text(body); }
-
     TemporaryHome m_home;
 
 private Q_SLOTS:
     void initTestCase() { MainViewHarness::prepareApplication(); }
 
-    void cleanup()
-    {
-        MessageBox::takeAskedAlerts();
-        FileDialog::takeAskedDialogs();
-    }
+    void cleanup() { GuiTest::forgetAskedDialogs(); }
 
     void commandTable_data()
     {
@@ -94,15 +91,11 @@ private Q_SLOTS:
     void commandTable()
     {
         QFETCH(QString, action);
-        MainViewCommands::State state;
         QFETCH(bool, key);
         QFETCH(bool, group);
         QFETCH(bool, document);
         QFETCH(int, groups);
-        state.windowIsKey = key;
-        state.hasGroup = group;
-        state.hasDocument = document;
-        state.groupCount = groups;
+        MainViewCommands::State state = { key, group, document, groups };
         QTEST(MainViewCommands::validateUserInterfaceItem(action, state), "enabled");
         state.busy = true; // records being built: the table's commands wait
         QCOMPARE(
@@ -119,7 +112,6 @@ private Q_SLOTS:
         // A new archive stores that nothing is selected; without a selection the commands wait.
         QVERIFY(!view->currentGroup());
         changed.clear();
-        QVERIFY(!view->currentGroup());
         QVERIFY(!view->validateUserInterfaceItem(QStringLiteral("addDocument:"), true));
         QVERIFY(!view->toolbarActionSegment()->isSegmentEnabled(1));
         QVERIFY(view->validateUserInterfaceItem(QStringLiteral("exportDocument:"), true));
@@ -241,12 +233,8 @@ private Q_SLOTS:
             const auto stored = view->selectionIndexes();
             QCOMPARE(stored.first, 1);
             QVERIFY(harness.archive().save()); // saving asks the view for its selection
-            QCOMPARE(harness.archive()
-                         .indexDictionary()
-                         .toDictionary()
-                         .value(QStringLiteral("documentsSelection"))
-                         .toInteger(),
-                stored.second);
+            const ValueMap index = harness.archive().indexDictionary().toDictionary();
+            QCOMPARE(index.value(QStringLiteral("documentsSelection")).toInteger(), stored.second);
         }
         const std::unique_ptr<Document> reopened = ArchiveFixture::reopen(package, Document::OpenMode::ReadWrite);
         QVERIFY(reopened);
@@ -331,7 +319,7 @@ private Q_SLOTS:
         sheet->monitoredField()->click();
         QTRY_COMPARE(group->folderPath(), folder);
         QVERIFY(group->hasMonitoredFolder());
-        QCOMPARE(askedAlerts(), QStringList { alert("Hint!", "MONITORED_FOLDER_HINT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("Hint!", "MONITORED_FOLDER_HINT") });
         QCOMPARE(FileDialog::takeAskedDialogs().value(0).title, text("Select Folder"));
         sheet->okButton()->click();
         QTRY_VERIFY(!view->groupFlow()->groupSheet());
@@ -354,23 +342,23 @@ private Q_SLOTS:
         view->selectGroup(locked);
         MessageBox::setNextAnswer(0);
         view->deleteGroup();
-        QCOMPARE(askedAlerts(), QStringList { alert("ERROR!", "DELETE_GROUP_IMPOSSIBLE_ALERT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("ERROR!", "DELETE_GROUP_IMPOSSIBLE_ALERT") });
         view->selectDocument(locked->documents().first());
         MessageBox::setNextAnswer(0);
         view->deleteDocument();
-        QCOMPARE(askedAlerts(), QStringList { alert("ERROR!", "DELETE_DOCUMENT_IMPOSSIBLE_ALERT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("ERROR!", "DELETE_DOCUMENT_IMPOSSIBLE_ALERT") });
         QCOMPARE(archive.allDocuments().size(), 4);
 
         view->selectGroup(open);
         view->selectDocument(a);
         MessageBox::setNextAnswer(1); // Cancel
         view->deleteDocument();
-        QCOMPARE(askedAlerts(), QStringList { alert("Delete Document", "DELETE_DOCUMENT_ALERT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("Delete Document", "DELETE_DOCUMENT_ALERT") });
         QCOMPARE(open->documents().size(), 3);
         MessageBox::setNextAnswer(0);
         view->deleteDocument();
         QTRY_COMPARE(open->documents().size(), 2);
-        QCOMPARE(askedAlerts(), QStringList { alert("Delete Document", "DELETE_DOCUMENT_ALERT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("Delete Document", "DELETE_DOCUMENT_ALERT") });
         QCOMPARE(archive.container()->logs().last()->logKind(), 1);
         QCOMPARE(archive.container()->logs().last()->objectUniqueID(), a->uniqueID());
         QTRY_COMPARE(view->documentsModel()->rowCount(), 2);
@@ -378,12 +366,12 @@ private Q_SLOTS:
         // A group holding a locked document stays; once it is unlocked the group goes, every record logged.
         MessageBox::setNextAnswer(0);
         view->deleteGroup();
-        QCOMPARE(askedAlerts(), QStringList { alert("ERROR!", "DELETE_GROUP_IMPOSSIBLE_ALERT") });
+        QCOMPARE(askedAlerts(), QStringList { alertText("ERROR!", "DELETE_GROUP_IMPOSSIBLE_ALERT") });
         c->setValue(QStringLiteral("isLocked"), Value::boolean(false));
         MessageBox::setNextAnswer(-1); // the alert cannot be declined: dismissing it deletes as well
         view->deleteGroup();
         QTRY_COMPARE(archive.allGroups().size(), 1);
-        QCOMPARE(MessageBox::takeAskedAlerts(), QStringList { alert("Delete Group", "DELETE_GROUP_ALERT") });
+        QCOMPARE(MessageBox::takeAskedAlerts(), QStringList { alertText("Delete Group", "DELETE_GROUP_ALERT") });
         const QList<LogObjectPtr> logs = archive.container()->logs();
         QCOMPARE(logs.size(), 3);
         QCOMPARE(logs.at(1)->objectUniqueID(), b->uniqueID());

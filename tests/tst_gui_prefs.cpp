@@ -1,11 +1,9 @@
-#include "TestSupport.h"
-#include "app/core/AppInfo.h"
+#include "GuiTestSupport.h"
 #include "app/i18n/Localizer.h"
 #include "app/prefs/PreferencesWindow.h"
 #include "model/QuillarcContainer.h"
 #include "model/QuillarcPreferences.h"
 #include "store/Document.h"
-#include "text/KVLocalizationDictionary.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
@@ -13,7 +11,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QSettings>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QTest>
@@ -22,11 +19,6 @@
 namespace {
 // Settings are read from the temporary home, so it must exist before anything reads them.
 TemporaryHome home;
-
-QSettings settings()
-{
-    return QSettings(AppInfo::organizationName(), AppInfo::applicationName());
-}
 } // namespace
 
 /// The preferences window pages through eight pages by their buttons, shows
@@ -73,7 +65,7 @@ private:
 private Q_SLOTS:
     void init()
     {
-        settings().clear();
+        GuiTest::appSettings().clear();
         m_archive = std::make_unique<Document>();
         m_archive->setUpAfterReading();
         // Set as loading does, without a change for the archive to see.
@@ -97,7 +89,6 @@ private Q_SLOTS:
     {
         QCOMPARE(m_window->viewIndex(), 0);
         QCOMPARE(m_window->tabView()->currentIndex(), 0);
-        QCOMPARE(m_window->tabView()->count(), PreferencesWindow::pageCount);
         QCOMPARE(disabledButtons(), QList<int> { 0 });
     }
 
@@ -274,14 +265,14 @@ private Q_SLOTS:
         auto* box = field<QCheckBox>(key, 7);
         QVERIFY(!box->isChecked());
         toggle(box);
-        QCOMPARE(settings().value(key).toBool(), true);
+        QCOMPARE(GuiTest::appSettings().value(key).toBool(), true);
 
         // Another archive's window shows the same switch on; the archive itself is untouched.
         PreferencesWindow other;
         other.show();
         QVERIFY(other.findChild<QCheckBox*>(key)->isChecked());
         toggle(box);
-        QCOMPARE(settings().value(key).toBool(), false);
+        QCOMPARE(GuiTest::appSettings().value(key).toBool(), false);
         QCoreApplication::processEvents();
         QVERIFY(!m_archive->isDocumentEdited());
     }
@@ -298,9 +289,7 @@ private Q_SLOTS:
     void everyTextIsLocalized()
     {
         QFETCH(QString, language);
-        KVLocalizationDictionary& table = KVLocalizationDictionary::sharedLocalizationDictionary();
-        table.setLanguage(language);
-        table.reloadLocalizationDictionary();
+        GuiTest::useLanguage(language);
         Localizer::relocalizeAll();
 
         QStringList bare;
@@ -328,8 +317,7 @@ private Q_SLOTS:
                     check(combo, QByteArray("_oldBaseTitle_" + QByteArray::number(i)).constData(), combo->itemText(i));
             }
         }
-        table.setLanguage(QStringLiteral("en"));
-        table.reloadLocalizationDictionary();
+        GuiTest::useLanguage(QStringLiteral("en"));
         QCOMPARE(bare, QStringList());
     }
 };

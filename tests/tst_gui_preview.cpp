@@ -1,3 +1,4 @@
+#include "GuiTestSupport.h"
 #include "MainViewHarness.h"
 #include "app/intake/FileCopyFlow.h"
 #include "app/models/DocumentListModel.h"
@@ -134,7 +135,7 @@ private Q_SLOTS:
         opened.view->createFileCopy();
         QTRY_VERIFY(!MessageBox::hasNextAnswer());
         QCOMPARE(MessageBox::takeAskedAlerts(),
-            QStringList { text("Error!") + QLatin1Char('\n') + text("File appears to be corrupted.") });
+            QStringList { GuiTest::alertText("Error!", "File appears to be corrupted.") });
         QVERIFY(FileDialog::takeAskedDialogs().isEmpty());
     }
 

@@ -1,31 +1,24 @@
-// The windows by keyboard and screen reader: Tab reaches every field and
-// button of every sheet and preferences page, every menu command has a
-// mnemonic of its own in its menu, and every list has a name and rows a
-// screen reader can read.
+// The windows by keyboard and screen reader: Tab reaches every control, menu
+// mnemonics are unique, and lists and their rows can be read aloud.
 
 #include "GuiTestMain.h"
+#include "GuiTestSupport.h"
 #include "ScreenRound.h"
 
 #include "app/window/ArchiveWindow.h"
 #include "app/window/Menus.h"
 
-#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QHeaderView>
 #include <QListView>
 #include <QMenu>
 #include <QMenuBar>
-#include <QRegularExpression>
 #include <QtTest>
 
 namespace {
 
-QString describe(const QObject* object)
-{
-    const QString name = object->objectName().isEmpty() ? QStringLiteral("-") : object->objectName();
-    return QStringLiteral("%1 (%2)").arg(name, QString::fromLatin1(object->metaObject()->className()));
-}
+using GuiTest::describe;
 
 /// The controls Tab should reach in @p window: visible, enabled, taking the
 /// focus by Tab and not handing it on to another widget.

@@ -1,11 +1,9 @@
-// Builds every registered screen in German and in English and reads back every
-// text a user or a screen reader meets: window titles, labels, buttons, tool
-// tips, placeholders, accessible names and descriptions, menus and actions,
-// item-view headers. A key shown as it stands, a control a screen reader
-// cannot name, and a text that is in neither the table nor the fixture data
-// all fail, naming the screen, the widget and the text.
+// Every registered screen in German and English: each text a user or a screen
+// reader meets comes from the table or the fixture data and is never a bare key,
+// and every control has an accessible name. Findings name screen, widget and text.
 
 #include "GuiTestMain.h"
+#include "GuiTestSupport.h"
 #include "ScreenRound.h"
 
 #include <QAbstractButton>
@@ -29,30 +27,16 @@
 
 namespace {
 
-/// Data the screens' fixture archives show: titles, names, people, folders.
-/// Every other word on a screen comes from the table.
-const QStringList fixtureData = {
-    QStringLiteral("Müller & Söhne Buchhaltung"),
-    QStringLiteral("Belege 2024"),
-    QStringLiteral("Buchhaltung 2024"),
-    QStringLiteral("Receipts 2024"),
-    QStringLiteral("Belege"),
-    QStringLiteral("Rechnung"),
-    QStringLiteral("rechnung"),
-    QStringLiteral("buero-pc (Erika Mustermann)"),
-    QStringLiteral("/home/erika/Dokumente/Belege 2023.quillarc"),
-    QStringLiteral("/home/erika/Scans/notiz.xyz"),
-    QStringLiteral("Eingangs- und Ausgangsrechnungen der Praxis"),
-    QStringLiteral("Incoming and outgoing invoices of the practice"),
-    QStringLiteral("ab Januar"),
-    QStringLiteral("from January"),
-    QStringLiteral("RE-"),
-    QStringLiteral("INV-"),
-    QStringLiteral("Quillarc"),
-    QStringLiteral("New Drawer"), // the translation editor's edited text
-    QStringLiteral("(de)"), // language codes beside the languages' names
-    QStringLiteral("(en)"),
-};
+using GuiTest::describe;
+
+/// Data the screens' fixture archives show: titles, names, people, folders, the
+/// translation editor's edited text ("New Drawer") and the language codes beside
+/// the languages' names. Every other word on a screen comes from the table.
+const QStringList fixtureData = { "Müller & Söhne Buchhaltung", "Belege 2024", "Buchhaltung 2024", "Receipts 2024",
+    "Belege", "Rechnung", "rechnung", "buero-pc (Erika Mustermann)", "/home/erika/Dokumente/Belege 2023.quillarc",
+    "/home/erika/Scans/notiz.xyz", "Eingangs- und Ausgangsrechnungen der Praxis",
+    "Incoming and outgoing invoices of the practice", "ab Januar", "from January", "RE-", "INV-", "Quillarc",
+    "New Drawer", "(de)", "(en)" };
 
 /// A line that begins with a path is a report about a file: the path and the
 /// reason the system or the archive reader gave.
@@ -145,12 +129,6 @@ struct TableLanguage
     }
 };
 
-QString describe(const QObject* object)
-{
-    const QString name = object->objectName().isEmpty() ? QStringLiteral("-") : object->objectName();
-    return QStringLiteral("%1 (%2)").arg(name, QString::fromLatin1(object->metaObject()->className()));
-}
-
 /// Reads the texts of one screen and collects what is wrong with them.
 class TextWalk
 {
@@ -224,9 +202,7 @@ private:
 
     void walkHeaders(QAbstractItemView* view)
     {
-        const auto* table = qobject_cast<QAbstractItemView*>(view);
-        const QList<QHeaderView*> headers = table->findChildren<QHeaderView*>();
-        for (const QHeaderView* header : headers) {
+        for (const QHeaderView* header : view->findChildren<QHeaderView*>()) {
             if (!header->isVisibleTo(view))
                 continue;
             for (int section = 0; section < header->count(); ++section) {
@@ -243,11 +219,11 @@ private:
             return;
         ++m_texts;
         const QString where = describe(owner) + QStringLiteral(" / ") + readable(action->text());
-        check(action, where, QStringLiteral("action"), action->text());
+        check(where, QStringLiteral("action"), action->text());
         if (action->toolTip() != action->text())
-            check(action, where, QStringLiteral("action tool tip"), action->toolTip());
+            check(where, QStringLiteral("action tool tip"), action->toolTip());
         if (QMenu* menu = action->menu()) {
-            check(menu, describe(menu), QStringLiteral("menu title"), menu->title());
+            check(menu, QStringLiteral("menu title"), menu->title());
             for (QAction* inner : menu->actions())
                 walkAction(menu, inner);
         }
@@ -276,19 +252,17 @@ private:
         m_findings.append(QStringLiteral("%1: %2 has no accessible name").arg(m_screen, describe(widget)));
     }
 
-    void check(QObject* object, const QString& kind, const QString& text)
-    {
-        check(object, describe(object), kind, text);
-    }
+    void check(QObject* object, const QString& kind, const QString& text) { check(describe(object), kind, text); }
 
-    void check(QObject*, const QString& where, const QString& kind, const QString& text)
+    void check(const QString& where, const QString& kind, const QString& text)
     {
         if (text.isEmpty())
             return;
         ++m_texts;
         const QString shown = readable(text);
         if (m_table.keys.contains(shown) && !m_table.texts.contains(shown)) {
-            m_findings.append(QStringLiteral("%1: %2 shows the key of its %3: \"%4\"").arg(m_screen, where, kind, text));
+            m_findings.append(
+                QStringLiteral("%1: %2 shows the key of its %3: \"%4\"").arg(m_screen, where, kind, text));
         } else if (!m_table.covers(shown)) {
             m_findings.append(
                 QStringLiteral("%1: %2 shows a %3 from outside the table: \"%4\"").arg(m_screen, where, kind, text));
@@ -316,10 +290,7 @@ private Q_SLOTS:
         QVERIFY(ScreenRegistry::all().size() > 20);
     }
 
-    void cleanupTestCase()
-    {
-        qInfo("%d screens, %d widgets and %d texts read", m_screens, m_widgets, m_texts);
-    }
+    void cleanupTestCase() { qInfo("%d screens, %d widgets and %d texts read", m_screens, m_widgets, m_texts); }
 
     void everyTextComesFromTheTable_data()
     {
