@@ -50,9 +50,10 @@ DocumentSheet::DocumentSheet(QWidget* window, const DocumentPtr& record, bool is
     const QString fileName
         = record->extension().isEmpty() ? record->name() : record->name() + QLatin1Char('.') + record->extension();
     const Value size = record->field(QuillarcDocument::FileSize);
-    const QStringList facts { fileName, record->fileKind(),
+    QStringList facts { fileName, record->fileKind(),
         size.isNumber() ? QLocale().formattedDataSize(qint64(size.toReal())) : QString(),
         DateFormatters::mediumDate(record->field(QuillarcDocument::FileDate)) };
+    facts.removeAll(QString()); // a fact the record lacks leaves no empty place between the dots
     auto* factsLabel = new QLabel(facts.join(QStringLiteral(" · ")), this);
     factsLabel->setWordWrap(true);
     factsLabel->setForegroundRole(QPalette::PlaceholderText);
