@@ -129,6 +129,7 @@ private Q_SLOTS:
         QTest::newRow("items are not dictionaries") << plist("<string>OK</string><array/>");
         QTest::newRow("no baseItems") << QByteArray("<plist><dict><key>items</key><array/></dict></plist>");
         QTest::newRow("empty baseItems") << plist("");
+        QTest::newRow("no item has a base") << plist("<dict><key>bise</key><string>OK</string><key>fr</key><integer>3</integer></dict>");
     }
 
     void unreadableTablesAreRefused()

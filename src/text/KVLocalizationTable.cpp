@@ -166,6 +166,12 @@ bool KVLocalizationTable::read(QIODevice* device, QString* error, const QString&
         rows.insert(item.base, int(items.size()));
         items.append(item);
     }
+    if (items.isEmpty()) {
+        // A table of nothing but ignored items would be written back as one no reader takes.
+        if (error)
+            *error = QStringLiteral("no item with a \"base\"");
+        return false;
+    }
     // Only languages some item still has a text in: a repeated key may have taken the last one away.
     languages.removeIf([&items](const QString& language) {
         return language != QLatin1String("de") && language != QLatin1String("en")
