@@ -283,13 +283,26 @@ private Q_SLOTS:
         const QString path = m_home.freshPath(QStringLiteral("queue")) + QStringLiteral(".quillarc");
         ArchiveFixture fixture(path);
         Document& archive = fixture.archive();
+        const auto group = fixture.addGroup(QStringLiteral("G"));
+        QList<DocumentPtr> doomed;
+        for (int i = 0; i < 5; ++i)
+            doomed.append(fixture.addDocument(group, QStringLiteral("doomed %1").arg(i), "delete me"));
+        fixture.addDocument(group, QStringLiteral("kept"), "keep me");
+        QVERIFY(fixture.save());
+        // Saves asked for before the one ahead of them begins are joined: the
+        // newest state is written, with every deletion, and everyone is answered in turn.
         QStringList answers;
         for (int i = 0; i < 5; ++i) {
             archive.container()->setField(QuillarcContainer::ContainerTitle, Value::string(QString::number(i)));
+            QVERIFY(DeletionRules(archive).deleteDocument(doomed[i], group));
             archive.saveToURL(path, [&answers, i](const QString& error) { answers.append(QString::number(i) + error); });
         }
         QTRY_COMPARE(answers, QStringList({ "0", "1", "2", "3", "4" }));
         QCOMPARE(storedTitle(path), QStringLiteral("4"));
+        QCOMPARE(ArchiveFixture::reopen(path)->allDocuments().size(), 1);
+        for (const DocumentPtr& gone : doomed)
+            QVERIFY(!QFileInfo::exists(path + QStringLiteral("/Files/") + gone->uniqueID()));
+        QVERIFY(everyMemberValidates(path));
 
         const QByteArray saved = readFile(databasePath(path));
         archive.container()->setValue(QuillarcContainer::ContainerTitle, Value::string(QStringLiteral("lost?")));

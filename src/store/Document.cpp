@@ -26,8 +26,10 @@
 #include <QTimer>
 #include <cmath>
 #include <fcntl.h>
+#include <mutex>
 #include <pwd.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 const QString versionErrorDomain = QStringLiteral("NSVarrowDomain");
@@ -330,6 +332,17 @@ bool Document::saveToPath(const QString& packagePath, QString* error)
     return message.isEmpty();
 }
 
+/// A save on the queue: until the save thread begins it, later requests
+/// put their newer snapshot in its place and add their completion.
+struct Document::QueuedSave
+{
+    std::mutex mutex;
+    bool begun = false; ///< guarded by mutex
+    std::shared_ptr<ArchiveSnapshot> snapshot;
+    int changeCountAtSnapshot = 0;
+    std::vector<std::function<void(const QString& error)>> completionHandlers;
+};
+
 void Document::saveToURL(const QString& packagePath, std::function<void(const QString& error)> completionHandler)
 {
     const int changeCountAtSnapshot = m_changeCount;
@@ -345,19 +358,47 @@ void Document::saveToURL(const QString& packagePath, std::function<void(const QS
         return;
     }
     auto snapshot = std::make_shared<ArchiveSnapshot>(fileWrapperOfType());
+    if (m_queuedSave) {
+        // Many single drops in a row ask for as many saves: each would write
+        // the whole database, so those not begun yet become one.
+        const std::lock_guard<std::mutex> lock(m_queuedSave->mutex);
+        if (!m_queuedSave->begun && m_queuedSave->snapshot->packagePath == snapshot->packagePath) {
+            std::swap(m_queuedSave->snapshot, snapshot); // the older one is released here, on the main thread
+            m_queuedSave->changeCountAtSnapshot = changeCountAtSnapshot;
+            m_queuedSave->completionHandlers.push_back(std::move(completionHandler));
+            return;
+        }
+    }
+    auto save = std::make_shared<QueuedSave>();
+    save->snapshot = std::move(snapshot);
+    save->changeCountAtSnapshot = changeCountAtSnapshot;
+    save->completionHandlers.push_back(std::move(completionHandler));
+    m_queuedSave = save;
     ++m_pendingSaves;
-    m_saveQueue.start([this, snapshot, changeCountAtSnapshot, completionHandler]() mutable {
+    m_saveQueue.start([this, save] {
+        std::shared_ptr<ArchiveSnapshot> written;
+        {
+            const std::lock_guard<std::mutex> lock(save->mutex);
+            save->begun = true;
+            written = save->snapshot;
+        }
         QString error;
-        DatabaseWriter::write(*snapshot, &error);
+        DatabaseWriter::write(*written, &error);
         // The snapshot goes back with the answer: objects it alone still holds
         // are released on the main thread, where every archive object lives.
         QMetaObject::invokeMethod(
             this,
-            [this, snapshot = std::move(snapshot), error, changeCountAtSnapshot, completionHandler] {
+            [this, save, written = std::move(written), error]() mutable {
+                save->snapshot.reset();
+                written.reset();
+                if (m_queuedSave == save)
+                    m_queuedSave.reset();
                 --m_pendingSaves;
-                finishSave(error, changeCountAtSnapshot);
-                if (completionHandler)
-                    completionHandler(error);
+                finishSave(error, save->changeCountAtSnapshot);
+                for (const auto& handler : save->completionHandlers) {
+                    if (handler)
+                        handler(error);
+                }
             },
             Qt::QueuedConnection);
     });

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QThreadPool>
 #include <functional>
+#include <memory>
 
 class ArchiveSnapshot;
 
@@ -94,7 +95,9 @@ public:
     /// Saves as the window does: everything the database holds is taken now,
     /// on the main thread; the database is written and the completion runs
     /// on the main thread with "" or the system's reason for a failure
-    /// (already logged as "ERROR SAVING: %@"). Saves run one after another.
+    /// (already logged as "ERROR SAVING: %@"). Saves run one after another;
+    /// saves asked for while an earlier one waits for its turn join it, and
+    /// it then writes the newest state, which holds everything they would have.
     void saveToURL(const QString& packagePath, std::function<void(const QString& error)> completionHandler = {});
     /// True while a save started by saveToURL() has not finished.
     bool isSaving() const { return m_pendingSaves > 0; }
@@ -213,6 +216,8 @@ private:
     int m_changeCount = 0;
     int m_pendingSaves = 0;
     QThreadPool m_saveQueue; ///< one thread: saves are written one after another
+    struct QueuedSave;
+    std::shared_ptr<QueuedSave> m_queuedSave; ///< the save last put on the queue, joinable until it begins
     OpenElsewhereQuestion* m_question = nullptr;
     std::function<std::pair<qint64, qint64>()> m_selectionProvider;
 };
