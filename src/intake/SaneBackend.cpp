@@ -6,6 +6,7 @@
 #include <QMutexLocker>
 #include <algorithm>
 #include <cmath>
+#include <execinfo.h>
 #include <sane/sane.h>
 #include <sane/saneopts.h>
 
@@ -100,6 +101,14 @@ SaneBackend::SaneBackend()
 {
     QMutexLocker locker(&saneLock());
     if (g_users == 0) {
+        // Drivers read in threads of their own and cancel them asynchronously
+        // when a scan ends. A thread that ends by unwinding loads the C
+        // library's unwinder the first time, under the dynamic loader's lock;
+        // cancelled in that moment, it would leave the lock held for good and
+        // the next library load would hang. So the unwinder is loaded here,
+        // before any such thread exists.
+        void* frame = nullptr;
+        backtrace(&frame, 1);
         SANE_Int version = 0;
         const SANE_Status status = sane_init(&version, nullptr);
         if (status != SANE_STATUS_GOOD) {
