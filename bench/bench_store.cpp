@@ -8,18 +8,18 @@
 #include "store/Document.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 const QStringList words = { QStringLiteral("Rechnung"), QStringLiteral("Lieferschein"), QStringLiteral("Betrag"),
-    QStringLiteral("Umsatzsteuer"), QStringLiteral("invoice"), QStringLiteral("payment"), QStringLiteral("Hängeschränke"),
-    QStringLiteral("Größe"), QStringLiteral("Übergabe"), QStringLiteral("contract"), QStringLiteral("2026"), QStringLiteral("EUR") };
+    QStringLiteral("Umsatzsteuer"), QStringLiteral("invoice"), QStringLiteral("payment"),
+    QStringLiteral("Hängeschränke"), QStringLiteral("Größe"), QStringLiteral("Übergabe"), QStringLiteral("contract"),
+    QStringLiteral("2026"), QStringLiteral("EUR") };
 
 QString contentText(QRandomGenerator& random)
 {
@@ -47,7 +47,8 @@ void fill(Document& archive, int documents)
             document->setField(QuillarcDocument::SlipNumber, Value::string(QStringLiteral("RE-%1/26").arg(i)));
             document->setField(QuillarcDocument::ContentString, Value::string(contentText(random)));
             document->setField(QuillarcDocument::FileSize, Value::real(10000.0 + i));
-            document->setField(QuillarcDocument::Path, Value::string(QStringLiteral("Files/%1/Beleg %2").arg(document->uniqueID()).arg(i)));
+            document->setField(QuillarcDocument::Path,
+                Value::string(QStringLiteral("Files/%1/Beleg %2").arg(document->uniqueID()).arg(i)));
             list.append(Value::object(document));
         }
         archive.container()->mutableField(QuillarcContainer::Groups).mutableArray().append(Value::object(group));
@@ -84,7 +85,8 @@ void runSize(int documents)
             saves.append(t.wallMs);
             saveCpu.append(t.cpuMs);
             // The same machine's pace in the same moment: md5sum over the database just written.
-            md5sum.append(bench::timeCommandMs(QStringLiteral("md5sum"), { QDir(path).filePath(QStringLiteral("Quillarc.qldb")) }));
+            md5sum.append(bench::timeCommandMs(
+                QStringLiteral("md5sum"), { QDir(path).filePath(QStringLiteral("Quillarc.qldb")) }));
         }
         // Ten files dropped one after another: each drop asks for a save.
         QElapsedTimer timer;
@@ -105,7 +107,8 @@ void runSize(int documents)
         Document archive;
         const bench::Timing t = bench::measure([&] {
             DocumentError error;
-            archive.readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
+            archive.readFromFileWrapper(
+                path, QString::fromLatin1(Document::typeName), &error, Document::OpenMode::ReadOnly);
             archive.setUpAfterReading();
         });
         loads.append(t.wallMs);
@@ -113,13 +116,14 @@ void runSize(int documents)
         loaded = int(archive.allDocuments().size());
     }
     const qint64 bytes = QFileInfo(QDir(path).filePath(QStringLiteral("Quillarc.qldb"))).size();
-    std::printf("%7d documents  database %6.1f MiB  save: main thread %6.1f ms, total %7.1f ms (cpu %7.1f) = %.2f x md5sum, "
-                "10 in a row %7.1f ms = %.1f saves  "
-                "load %7.1f ms (cpu %7.1f)  [%d loaded]  memory: records %6.1f MiB, peak while saving %6.1f MiB (+%.1f), "
-                "peak %6.1f MiB\n",
+    std::printf(
+        "%7d documents  database %6.1f MiB  save: main thread %6.1f ms, total %7.1f ms (cpu %7.1f) = %.2f x md5sum, "
+        "10 in a row %7.1f ms = %.1f saves  "
+        "load %7.1f ms (cpu %7.1f)  [%d loaded]  memory: records %6.1f MiB, peak while saving %6.1f MiB (+%.1f), "
+        "peak %6.1f MiB\n",
         documents, double(bytes) / 1048576.0, bench::median(mainThread), bench::median(saves), bench::median(saveCpu),
-        bench::median(saves) / bench::median(md5sum), burstMs, burstMs / bench::median(saves),
-        bench::median(loads), bench::median(loadCpu), loaded, model, afterSave, afterSave - model, bench::peakRssMiB());
+        bench::median(saves) / bench::median(md5sum), burstMs, burstMs / bench::median(saves), bench::median(loads),
+        bench::median(loadCpu), loaded, model, afterSave, afterSave - model, bench::peakRssMiB());
     std::fflush(stdout);
 }
 } // namespace
@@ -132,9 +136,10 @@ int main(int argc, char** argv)
         runSize(QString::fromLocal8Bit(argv[1]).toInt());
         return 0;
     }
-    std::printf("Archive save as the window does it (snapshot on the main thread, writing on the save thread) and load;\n"
-                "3 runs each, medians; wall and CPU milliseconds; CPU counts every thread; md5sum: the same database\n"
-                "file hashed by md5sum right after each save (page cache warm), the pace of this machine at that moment\n");
+    std::printf(
+        "Archive save as the window does it (snapshot on the main thread, writing on the save thread) and load;\n"
+        "3 runs each, medians; wall and CPU milliseconds; CPU counts every thread; md5sum: the same database\n"
+        "file hashed by md5sum right after each save (page cache warm), the pace of this machine at that moment\n");
     for (const int size : sizes) {
         std::fflush(stdout);
         const pid_t child = fork();

@@ -30,14 +30,15 @@ private:
 };
 } // namespace
 
-std::unique_ptr<Document> CliArchive::open(const char* command, const QString& path, Document::OpenMode mode, bool force,
-    Document::ReadResult* result)
+std::unique_ptr<Document> CliArchive::open(
+    const char* command, const QString& path, Document::OpenMode mode, bool force, Document::ReadResult* result)
 {
     auto archive = std::make_unique<Document>();
     CliOpenElsewhereQuestion question(force);
     archive->setOpenElsewhereQuestion(&question);
     DocumentError error;
-    const Document::ReadResult read = archive->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, mode);
+    const Document::ReadResult read
+        = archive->readFromFileWrapper(path, QString::fromLatin1(Document::typeName), &error, mode);
     archive->setOpenElsewhereQuestion(nullptr);
     if (result)
         *result = read;
@@ -67,8 +68,8 @@ GroupPtr CliArchive::intakeGroup(Document& archive, const QString& title)
     const QList<GroupPtr> groups = archive.allGroups();
     GroupPtr group;
     if (!title.isEmpty()) {
-        const auto named = std::find_if(
-            groups.cbegin(), groups.cend(), [&title](const GroupPtr& candidate) { return candidate->groupTitle() == title; });
+        const auto named = std::find_if(groups.cbegin(), groups.cend(),
+            [&title](const GroupPtr& candidate) { return candidate->groupTitle() == title; });
         if (named != groups.cend())
             group = *named;
     } else {
