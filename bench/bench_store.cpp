@@ -1,5 +1,6 @@
 // Load and save of archives with 1,000, 10,000 and 100,000 documents of about
-// 2 KB of content text each. Each size runs in a child process of its own so
+// 2 KB of content text each, and ten saves asked for in a row, as ten single
+// drops ask for them. Each size runs in a child process of its own so
 // the peak memory printed belongs to that size alone.
 #include "BenchSupport.h"
 #include "model/QuillarcContainer.h"
