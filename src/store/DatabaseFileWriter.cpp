@@ -23,7 +23,7 @@ DatabaseFileWriter::~DatabaseFileWriter()
     m_thread.join();
 }
 
-bool DatabaseFileWriter::enqueue(const char* data, qint64 size, bool hash)
+bool DatabaseFileWriter::writePiece(const char* data, qint64 size, bool hash)
 {
     if (m_failed)
         return false;

@@ -42,14 +42,15 @@ private:
             , m_hash(hash)
         {
         }
-        bool append(const char* data, qint64 size) override { return m_owner.enqueue(data, size, m_hash); }
+        bool append(const char* data, qint64 size) override { return m_owner.writePiece(data, size, m_hash); }
 
     private:
         DatabaseFileWriter& m_owner;
         bool m_hash;
     };
 
-    bool enqueue(const char* data, qint64 size, bool hash);
+    /// Writes @p size bytes and, when @p hash, hands a copy to the hashing thread.
+    bool writePiece(const char* data, qint64 size, bool hash);
     void waitUntilDrained();
     void run();
 
